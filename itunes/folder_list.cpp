@@ -1,0 +1,46 @@
+#include "itunes/folder_list.h"
+
+#include <cstring>
+
+#include "common/upnp_memory.h"
+
+namespace {
+
+PlaylistFolder* PlaylistFolderList = nullptr;
+
+} // namespace
+
+void itunes_folder_list_add(int32_t playlist_id, const char* name, const char* persistent_id,
+                            const char* parent_persistent_id) {
+    auto* entry = static_cast<PlaylistFolder*>(upnp_malloc(sizeof(PlaylistFolder)));
+    if (entry == nullptr) {
+        return;
+    }
+    *entry = {upnp_strdup(persistent_id), upnp_strdup(parent_persistent_id),
+              upnp_strdup(name),          playlist_id,
+              PlaylistFolderList,         0};
+    PlaylistFolderList = entry;
+}
+
+PlaylistFolder* itunes_folder_list_find(const char* persistent_id) {
+    if (persistent_id == nullptr) {
+        return nullptr;
+    }
+    PlaylistFolder* entry = PlaylistFolderList;
+    while (entry != nullptr &&
+           (entry->persistent_id == nullptr || strcmp(entry->persistent_id, persistent_id) != 0)) {
+        entry = entry->next;
+    }
+    return entry;
+}
+
+void itunes_folder_list_free() {
+    while (PlaylistFolderList != nullptr) {
+        PlaylistFolder* next = PlaylistFolderList->next;
+        upnp_free_unless_null(PlaylistFolderList->persistent_id);
+        upnp_free_unless_null(PlaylistFolderList->parent_persistent_id);
+        upnp_free_unless_null(PlaylistFolderList->name);
+        upnp_free(PlaylistFolderList);
+        PlaylistFolderList = next;
+    }
+}

@@ -1,0 +1,125 @@
+#include "itunes/plist_scanner.h"
+
+#include <sys/stat.h>
+
+#include "common/upnp_memory.h"
+#include "common/upnp_text.h"
+
+namespace {
+
+/// Reads in a row that may move nothing before the library counts as ended. More than any run of interrupted
+/// reads, and few enough that a disk on which each read takes seconds to fail ends the pass within minutes.
+constexpr uint32_t idle_read_limit = 16;
+
+constexpr uint32_t duration_size = 15; // "H:MM:SS.mmm", at most 14 characters
+
+/// Finds `opening` followed by the tag and '>': "<string>" or "</string>". Null if there is none.
+char* find_tag(char* text, const char* opening, const char* tag) {
+    const size_t opening_length = strlen(opening);
+    const size_t tag_length = strlen(tag);
+    for (char* found = strstr(text, opening); found != nullptr; found = strstr(found + 1, opening)) {
+        const char* name = found + opening_length;
+        if (strncmp(name, tag, tag_length) == 0 && name[tag_length] == '>') {
+            return found;
+        }
+    }
+    return nullptr;
+}
+
+/// The value of a hexadecimal digit of either case, or -1.
+int hex_digit(char digit) {
+    if (digit >= '0' && digit <= '9') {
+        return digit - '0';
+    }
+    if (digit >= 'A' && digit <= 'F') {
+        return digit - 'A' + 10;
+    }
+    return digit >= 'a' && digit <= 'f' ? digit - 'a' + 10 : -1;
+}
+
+} // namespace
+
+bool itunes_next_line(PlistScanner* scanner) {
+    if (scanner == nullptr || upnp_file_at_end(scanner->file) != 0) {
+        return false;
+    }
+    UpnpFile* file = scanner->file;
+    // Where the position cannot be queried (a pipe), the file layer's own count decides.
+    if (file->position >= file->size || scanner->idle_reads >= idle_read_limit) {
+        return false;
+    }
+    const int64_t position = file->position;
+    upnp_file_read_line(scanner->line, itunes_line_size, file);
+    scanner->idle_reads = file->position == position ? scanner->idle_reads + 1 : 0;
+    return true;
+}
+
+UpnpFile* itunes_open_library(const char* path) {
+    UpnpFileStat status = {};
+    if (upnp_file_stat(path, &status) == 0 && S_ISFIFO(status.mode)) {
+        return nullptr;
+    }
+    return upnp_file_open_read(path);
+}
+
+char* itunes_get_value(char* line, const char* tag) {
+    if (line == nullptr || tag == nullptr) {
+        return nullptr;
+    }
+    char* opening = find_tag(line, "<", tag);
+    if (opening == nullptr) {
+        return nullptr;
+    }
+    char* value = opening + strlen(tag) + 2;
+    char* closing = find_tag(value, "</", tag);
+    if (closing == nullptr) {
+        return nullptr;
+    }
+    *closing = '\0';
+    itunes_url_decode(value);
+    return upnp_strdup(value);
+}
+
+int32_t itunes_get_integer_value(char* line, const char* tag) {
+    char* value = itunes_get_value(line, tag);
+    if (value == nullptr) {
+        return 0;
+    }
+    const int32_t number = upnp_parse_int32(value);
+    upnp_free(value);
+    return number;
+}
+
+void itunes_url_decode(char* text) {
+    if (text == nullptr) {
+        return;
+    }
+    // `read` is never behind `write`, so nothing that has been written is read again.
+    char* write = text;
+    const char* read = text;
+    while (*read != '\0') {
+        if (read[0] == '%' && hex_digit(read[1]) >= 0 && hex_digit(read[2]) >= 0) {
+            *write++ = static_cast<char>(16 * hex_digit(read[1]) + hex_digit(read[2]));
+            read += 3;
+        } else if (read[0] == '&' && read[1] == '#') {
+            const char* digits = read + 2;
+            const auto number = static_cast<uint32_t>(upnp_parse_int32(digits));
+            *write++ = static_cast<char>(number & 0xFFU);
+            read = digits + strcspn(digits, ";");
+            read += *read == ';' ? 1 : 0;
+        } else {
+            *write++ = *read == '+' ? ' ' : *read;
+            ++read;
+        }
+    }
+    *write = '\0';
+}
+
+char* itunes_format_duration(int32_t milliseconds) {
+    const int32_t hours = milliseconds / 3'600'000;
+    const int32_t minutes = milliseconds % 3'600'000 / 60'000;
+    const int32_t seconds = milliseconds % 60'000 / 1000;
+    char text[duration_size];
+    upnp_format(text, sizeof text, "%d:%02d:%02d.%03d", hours, minutes, seconds, milliseconds % 1000);
+    return upnp_strdup(text);
+}

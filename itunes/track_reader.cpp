@@ -1,0 +1,306 @@
+#include "itunes/track_reader.h"
+
+#include <cstring>
+#include <sched.h>
+#include <string_view>
+
+#include "common/upnp_memory.h"
+#include "common/upnp_text.h"
+#include "itunes/plist_scanner.h"
+#include "itunes/track_list.h"
+#include "server/common/upnp_database.h"
+#include "server/common/upnp_items.h"
+#include "server/common/upnp_property.h"
+
+namespace {
+
+constexpr uint32_t number_size = 32;    // the text of a number
+constexpr size_t date_length = 19;      // YYYY-MM-DDTHH:MM:SS
+constexpr int32_t rating_per_star = 20; // iTunes rates from 0 to 100, the server from 0 to 5 stars
+
+constexpr size_t localhost_prefix_length = 16; // "file://localhost"
+constexpr size_t file_prefix_length = 5;       // "file:"
+
+// Lent to objects, which take writable texts.
+char local_file_protocol[] = "d";
+char url_protocol[] = "h";
+char music_track_class[] = "object.item.audioItem.musicTrack";
+char movie_class[] = "object.item.videoItem.movie";
+
+/// What one call gathers about its track.
+struct TrackReaderState {
+    MediaObject* object;
+    char* title;    // a copy of the name, or null
+    char* location; // the path or URL, lent to the object, or null
+    bool is_protected;
+    bool has_video;
+    char* protocol;
+    char size_text[number_size];              // lent to the object: a second line overwrites it there too
+    char modification_time_text[number_size]; // likewise
+};
+
+void add_owned(TrackReaderState* track, int16_t property, char* value) {
+    track->object = upnp_database_object_add_property(track->object, property, value, 0);
+}
+
+void add_lent(TrackReaderState* track, int16_t property, char* value) {
+    track->object = upnp_database_object_add_property(track->object, property, value, 1);
+}
+
+void set_number(TrackReaderState* track, int16_t property, int32_t number) {
+    track->object = db_object_createobject_set_numprop(track->object, property, number);
+}
+
+/// iTunes writes dates as date elements; a string is taken too.
+char* get_date(char* line) {
+    char* value = itunes_get_value(line, "string");
+    return value != nullptr ? value : itunes_get_value(line, "date");
+}
+
+void read_name(TrackReaderState* track, char* line) {
+    char* value = itunes_get_value(line, "string");
+    if (value == nullptr) {
+        return;
+    }
+    upnp_free_unless_null(track->title);
+    track->title = upnp_strdup(value); // before the object may drop the value
+    add_owned(track, upnp_property_title, value);
+}
+
+void read_protected(TrackReaderState* track, char* /*line*/) {
+    track->is_protected = true;
+}
+
+void read_rating(TrackReaderState* track, char* line) {
+    char* value = itunes_get_value(line, "integer");
+    if (value != nullptr) {
+        set_number(track, upnp_property_rating, upnp_parse_int32(value) / rating_per_star);
+        upnp_free(value);
+    }
+}
+
+void read_size(TrackReaderState* track, char* line) {
+    upnp_format(track->size_text, sizeof track->size_text, "%d", itunes_get_integer_value(line, "integer"));
+    add_lent(track, upnp_property_size, track->size_text);
+}
+
+void read_total_time(TrackReaderState* track, char* line) {
+    add_owned(track, upnp_property_duration,
+              itunes_format_duration(itunes_get_integer_value(line, "integer")));
+}
+
+void read_date_modified(TrackReaderState* track, char* line) {
+    char* date = get_date(line);
+    upnp_format(track->modification_time_text, sizeof track->modification_time_text, "%d",
+                date == nullptr ? 0 : itunes_modification_stamp(date));
+    upnp_free_unless_null(date);
+    add_lent(track, upnp_property_modification_time, track->modification_time_text);
+}
+
+void read_last_played(TrackReaderState* track, char* line) {
+    char* date = get_date(line);
+    if (date == nullptr) {
+        return;
+    }
+    date[strcspn(date, "Z")] = '\0';
+    add_owned(track, upnp_property_last_played_time, date);
+}
+
+void read_track_type(TrackReaderState* track, char* line) {
+    char* value = itunes_get_value(line, "string");
+    if (value == nullptr) {
+        return;
+    }
+    if (strcmp(value, "File") == 0) {
+        track->protocol = local_file_protocol;
+    } else if (strcmp(value, "URL") == 0) {
+        track->protocol = url_protocol;
+    }
+    upnp_free(value);
+}
+
+/// A year is no full date: the object keeps none below ten characters, and nobody frees the text then. Its
+/// own function, never inlined, so that the leak checks can exempt this loss by name.
+[[gnu::noinline]] void read_year(TrackReaderState* track, char* line) {
+    add_owned(track, upnp_property_date, itunes_get_value(line, "integer"));
+}
+
+void read_has_video(TrackReaderState* track, char* /*line*/) {
+    track->has_video = true;
+}
+
+void read_compilation(TrackReaderState* track, char* /*line*/) {
+    set_number(track, upnp_property_compilation, 1);
+}
+
+/// Gives up an earlier location: the object owns it from here on, where it still lends it out.
+void retire_location(TrackReaderState* track) {
+    bool is_lent = false;
+    for (MediaProperty* property = track->object; property != nullptr; property = property->next) {
+        if (property->value == track->location) {
+            property->borrowed = 0;
+            is_lent = true;
+        }
+    }
+    if (!is_lent) {
+        upnp_free_unless_null(track->location);
+    }
+    track->location = nullptr;
+}
+
+void read_location(TrackReaderState* track, char* line) {
+    char* value = itunes_get_value(line, "string");
+    if (value == nullptr) {
+        return;
+    }
+    retire_location(track);
+    if (track->protocol == local_file_protocol) {
+        track->location = itunes_location_to_path(value);
+        upnp_free(value);
+    } else {
+        track->location = value;
+    }
+    add_lent(track, upnp_property_res, track->location);
+    add_lent(track, upnp_property_protocol, track->protocol);
+}
+
+enum class TrackKeyKind : uint8_t {
+    text,               // the string goes to the property; nothing without one
+    number,             // the integer goes to the property; 0 without one
+    number_unless_zero, // the integer goes to the property unless it is 0 or absent
+    own,                // the row's function does it
+};
+
+struct TrackKey {
+    std::string_view literal;
+    TrackKeyKind kind;
+    int16_t property;
+    void (*read)(TrackReaderState* track, char* line);
+};
+
+// The first row that a line holds wins.
+// clang-format off
+constexpr TrackKey track_keys[] = {
+    {"<key>Name</key>",                TrackKeyKind::own,                0,                                  read_name},
+    {"<key>Artist</key>",              TrackKeyKind::text,               upnp_property_artist,               nullptr},
+    {"<key>Album Artist</key>",        TrackKeyKind::text,               upnp_property_album_artist,         nullptr},
+    {"<key>Protected</key><true/>",    TrackKeyKind::own,                0,                                  read_protected},
+    {"<key>Composer</key>",            TrackKeyKind::text,               upnp_property_author,               nullptr},
+    {"<key>Album</key>",               TrackKeyKind::text,               upnp_property_album,                nullptr},
+    {"<key>Rating</key>",              TrackKeyKind::own,                0,                                  read_rating},
+    {"<key>Genre</key>",               TrackKeyKind::text,               upnp_property_genre,                nullptr},
+    {"<key>Size</key>",                TrackKeyKind::own,                0,                                  read_size},
+    {"<key>Total Time</key>",          TrackKeyKind::own,                0,                                  read_total_time},
+    {"<key>Track Number</key>",        TrackKeyKind::number_unless_zero, upnp_property_track_number,         nullptr},
+    {"<key>Bit Rate</key>",            TrackKeyKind::number_unless_zero, upnp_property_bitrate,              nullptr},
+    {"<key>Sample Rate</key>",         TrackKeyKind::number_unless_zero, upnp_property_sample_frequency,     nullptr},
+    {"<key>Play Count</key>",          TrackKeyKind::number,             upnp_property_playcount,            nullptr},
+    {"<key>Disc Count</key>",          TrackKeyKind::number,             upnp_property_number_of_discs,      nullptr},
+    {"<key>Disc Number</key>",         TrackKeyKind::number,             upnp_property_number_of_this_disc,  nullptr},
+    {"<key>Date Modified</key>",       TrackKeyKind::own,                0,                                  read_date_modified},
+    {"<key>Play Date UTC</key>",       TrackKeyKind::own,                0,                                  read_last_played},
+    {"<key>Track Type</key>",          TrackKeyKind::own,                0,                                  read_track_type},
+    {"<key>Year</key>",                TrackKeyKind::own,                0,                                  read_year},
+    {"<key>Has Video</key><true/>",    TrackKeyKind::own,                0,                                  read_has_video},
+    {"<key>Compilation</key><true/>",  TrackKeyKind::own,                0,                                  read_compilation},
+    {"<key>Location</key>",            TrackKeyKind::own,                0,                                  read_location},
+};
+// clang-format on
+static_assert(itunes_key_table_is_sound(track_keys));
+
+void read_key(TrackReaderState* track, const TrackKey& key, char* line) {
+    switch (key.kind) {
+    case TrackKeyKind::text: add_owned(track, key.property, itunes_get_value(line, "string")); break;
+    case TrackKeyKind::number:
+        set_number(track, key.property, itunes_get_integer_value(line, "integer"));
+        break;
+    case TrackKeyKind::number_unless_zero: {
+        const int32_t number = itunes_get_integer_value(line, "integer");
+        if (number != 0) {
+            set_number(track, key.property, number);
+        }
+        break;
+    }
+    case TrackKeyKind::own: key.read(track, line); break;
+    }
+}
+
+/// Writes the record of a local file that exists, and enters every track but a protected one in the list.
+void finish_track(int32_t track_id, TrackReaderState* track, UpnpFile* items) {
+    const bool is_local = track->location != nullptr && track->protocol == local_file_protocol;
+    if (is_local && !track->is_protected && upnp_file_exists(track->location) != 0) {
+        add_lent(track, upnp_property_class, track->has_video ? movie_class : music_track_class);
+        upnp_database_object_write(track->object, items);
+    }
+    upnp_database_object_free(track->object);
+    if (!track->is_protected) {
+        itunes_track_list_add(track->location, track->title, track_id);
+    }
+    upnp_free_unless_null(track->title);
+    upnp_free_unless_null(track->location);
+}
+
+bool is_separator(char character) {
+    return character == '/' || character == '\\';
+}
+
+/// Skips the "//HOST" or "\\HOST" of a network share; the path keeps its leading separator.
+const char* skip_network_host(const char* path) {
+    if (!is_separator(path[0]) || path[1] != path[0]) {
+        return path;
+    }
+    return path + 2 + strcspn(path + 2, "/\\");
+}
+
+} // namespace
+
+void itunes_read_track(int32_t track_id, UpnpFile* library, UpnpFile* items) {
+    if (library == nullptr) {
+        return;
+    }
+    TrackReaderState track = {};
+    track.protocol = local_file_protocol;
+    PlistScanner scanner = {library, 0, {}};
+    while (itunes_next_line(&scanner)) {
+        (void)sched_yield(); // an import in the background leaves the processor to the server
+        if (strstr(scanner.line, "</dict>") != nullptr) {
+            break;
+        }
+        const uint32_t keys = itunes_keys_in_line(scanner.line, track_keys);
+        if (keys != 0) {
+            read_key(&track, track_keys[itunes_first_key(keys)], scanner.line);
+        }
+    }
+    finish_track(track_id, &track, items);
+}
+
+char* itunes_location_to_path(char* location) {
+    if (location == nullptr) {
+        return nullptr;
+    }
+    size_t length = strlen(location);
+    if (length > 0 && location[length - 1] == '/') {
+        location[--length] = '\0';
+    }
+    const size_t prefix_length =
+        strstr(location, "localhost") != nullptr ? localhost_prefix_length : file_prefix_length;
+    const char* path = prefix_length < length ? location + prefix_length : location + length;
+    if (strnlen(path, 3) == 3 && path[2] == ':') {
+        ++path;
+    }
+    return upnp_strdup(skip_network_host(path));
+}
+
+int32_t itunes_modification_stamp(const char* date) {
+    unsigned char text[date_length + 1] = {};
+    if (date != nullptr) {
+        memcpy(text, date, strnlen(date, date_length));
+    }
+    // Unsigned arithmetic wraps as 32-bit signed numbers do; nothing checks that the characters are digits.
+    const auto digit = [&text](size_t position) { return uint32_t{text[position]} - uint32_t{'0'}; };
+    const auto two_digits = [&digit](size_t position) { return digit(position) * 10 + digit(position + 1); };
+    const uint32_t year = two_digits(0) * 100 + two_digits(2);
+    const uint32_t days = (year - 1980) * 366 + two_digits(5) * 31 + two_digits(8);
+    const uint32_t seconds = days * 86400 + two_digits(11) * 3600 + two_digits(14) * 60 + two_digits(17);
+    return static_cast<int32_t>(seconds);
+}

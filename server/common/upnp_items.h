@@ -1,0 +1,38 @@
+#pragma once
+// The items file: a stream of records, one a media object, with nothing before, between or after them. It is
+// how the tool hands its objects to the media server. A record is
+//
+//     >>>>                         the marker and a line feed
+//     14004Blue                    two hexadecimal digits of property id, three of value length in bytes,
+//     0300Bobject.item             the value as stored, a line feed; one such entry a property
+//
+// The value is not escaped and may hold line feeds and markers: only the lengths tell where an entry ends.
+// A length of 4096 or more takes a fourth digit, which the reader misparses: values must stay below it.
+
+#include <cstdint>
+
+#include "common/upnp_fileio.h"
+#include "common/upnp_string.h"
+#include "server/common/upnp_database.h"
+
+/// The first bytes of every record.
+inline constexpr char upnp_record_marker[] = ">>>>\n";
+constexpr uint32_t upnp_record_marker_length = sizeof upnp_record_marker - 1;
+/// The id and the length in front of a value.
+constexpr uint32_t upnp_entry_header_length = 5;
+
+/// Returns one record in a new buffer that the caller frees; properties without a value, empty or deleted are
+/// left out. Null for a null object and without memory for the record's beginning; memory missing later makes
+/// the record come out short.
+[[nodiscard]] upnp_string_t* upnp_database_object_serialize(const MediaObject* object);
+
+/// Appends the object's record to an open file with one write, whose failure the file layer logs. Does
+/// nothing for a null file or where there is no record. The object stays the caller's.
+void upnp_database_object_write(const MediaObject* object, UpnpFile* file);
+
+/// Parses one record of `size` bytes, with or without its marker, into a new object that the caller frees.
+/// Its properties come in the reverse order of the entries, with the rules of adding them. Null for null
+/// data, a size of 0, and a size of 10 or less that begins with the marker. A length greater than the record
+/// is logged as corruption; the entries before it are returned, as they are without memory. Bytes that a
+/// length claims beyond the data read as zeros.
+[[nodiscard]] MediaObject* upnp_database_object_create_from_data(const void* data, uint32_t size);
