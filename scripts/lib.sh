@@ -1,0 +1,38 @@
+# shellcheck shell=bash disable=SC2034
+# Shared by the scripts: where the project is, and how its needs get installed. Sourced, not run.
+
+project=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+cd "$project" || exit 1
+
+# need_packages PACKAGE...: installs those of Debian's packages that are missing, and says so. Where apt-get is
+# missing too it names what is needed and goes on: other systems may have it under other names.
+need_packages() {
+  local missing=() package
+  if ! command -v apt-get >/dev/null; then
+    echo "apt-get is not here; needed are, by their Debian names: $*" >&2
+    return 0
+  fi
+  for package in "$@"; do
+    if [[ $(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null) != installed ]]; then
+      missing+=("$package")
+    fi
+  done
+  if ((${#missing[@]} == 0)); then
+    return 0
+  fi
+  local as_root=()
+  if ((EUID != 0)); then
+    as_root=(sudo)
+    if ! command -v sudo >/dev/null; then
+      echo "Please have installed: ${missing[*]}" >&2
+      return 1
+    fi
+  fi
+  echo "Installing: ${missing[*]}"
+  "${as_root[@]}" apt-get update -qq
+  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+    apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+}
+
+# What every build needs.
+build_packages=(cmake g++ ninja-build)

@@ -1,0 +1,183 @@
+// Runs the built program on small trees. Each file in commands/ holds cases in a format of its own:
+//
+//     case NAME                 begins a case in a fresh folder
+//     file PATH / dir PATH      lays out a file (its lines follow, each behind '|') or a folder
+//     link PATH TARGET          lays out a symbolic link
+//     run ARGUMENTS             runs the program in the folder; "..." holds blanks, "" is empty
+//     status N                  expected; 0 unless given
+//     out / err                 expected lines follow; nothing unless given, but the allocator's note on err
+//     wrote / made / gone PATH  files, folders and losses expected of the run
+//
+// In lines, \\ is a backslash, \xHH a byte, \U the usage text, \WTtitle the head of a playlist of type T, \F
+// its foot; a final \c keeps the line feed away. Log times read "TIME ". Everything not mentioned stays as it
+// was, so stray files fail too.
+
+#include "tests/support.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr char allocator_note[] = "upnp_malloc: MemCriticalSection not initialized\n";
+
+struct Line {
+    std::string word;                // "case", "run", ...
+    std::vector<std::string> values; // the other words
+    std::string text;                // the '|' lines below it
+};
+using Case = std::vector<Line>;
+
+/// The playlist of `title` up to its entries.
+std::string playlist_head(const std::string& type, const std::string& title) {
+    return "<?wpl version=\"1.0\"?>\n<smil>\n <head>\n  <meta name=\"Generator\" content=\"ZembraMedia\"/>\n"
+           "  <meta name=\"IsNetworkFeed\" content=\"0\"/>\n  <meta name=\"IsUserGenerated\" "
+           "content=\"0\"/>\n"
+           "  <meta name=\"OrigFilename\" content=\"l.xml\"/>\n  <meta name=\"Type\" content=\"" +
+           type + "\"/>\n  <title>" + title + "</title>\n </head>\n <body>\n  <seq>\n";
+}
+
+std::string unescape(const std::string& line) {
+    std::string text;
+    for (size_t index = 0; index < line.size(); ++index) {
+        if (line[index] != '\\') {
+            text += line[index];
+            continue;
+        }
+        switch (line[++index]) {
+        case 'x':
+            text += static_cast<char>(std::stoi(line.substr(index + 1, 2), nullptr, 16));
+            index += 2;
+            break;
+        case 'U': text += read_file(source_path("tests/commands/usage.txt")); break;
+        case 'W': return text + playlist_head(line.substr(index + 1, 1), line.substr(index + 2));
+        case 'F': return text + "  </seq>\n </body>\n</smil>\n";
+        case 'c': return text;
+        default: text += line[index]; break;
+        }
+    }
+    return text + "\n";
+}
+
+std::vector<std::string> split(const std::string& line) {
+    std::vector<std::string> words;
+    std::istringstream stream(line);
+    for (std::string word; stream >> std::quoted(word);) {
+        words.push_back(word);
+    }
+    return words;
+}
+
+std::map<std::string, Case> read_cases(const fs::path& path) {
+    std::map<std::string, Case> cases;
+    Case* current = nullptr;
+    std::ifstream file(path);
+    for (std::string line; std::getline(file, line);) {
+        if (line.starts_with('|') && current != nullptr) {
+            current->back().text += unescape(line.substr(1));
+        } else if (!line.empty() && !line.starts_with('#')) {
+            std::vector<std::string> words = split(line);
+            if (words[0] == "case") {
+                current = &cases[line.substr(5)];
+            } else {
+                current->push_back({words[0], {words.begin() + 1, words.end()}, ""});
+            }
+        }
+    }
+    return cases;
+}
+
+void expect_tree(const Tree& expected) {
+    Tree found = read_tree(".");
+    for (auto& [path, bytes] : found) {
+        bytes = mask_times(bytes);
+    }
+    EXPECT_EQ(found, expected);
+}
+
+bool is_layout(const std::string& word) {
+    return word == "file" || word == "dir" || word == "link";
+}
+
+class CommandCase : public testing::Test {
+public:
+    explicit CommandCase(Case lines) : lines_(std::move(lines)) {}
+
+private:
+    void TestBody() override {
+        const TempDir folder;
+        for (auto line = lines_.begin(); line != lines_.end();) {
+            if (line->word == "run") {
+                line = check_run(line);
+            } else {
+                lay_out(*line++);
+            }
+        }
+    }
+
+    static void lay_out(const Line& line) {
+        if (line.word == "dir") {
+            fs::create_directories(line.values.at(0));
+        } else if (line.word == "link") {
+            fs::create_symlink(line.values.at(1), line.values.at(0));
+        } else {
+            ASSERT_EQ(line.word, "file");
+            write_file(line.values.at(0), line.text);
+        }
+    }
+
+    /// Runs the program and compares; returns the line behind what it expects.
+    Case::iterator check_run(Case::iterator line) {
+        Tree expected = read_tree(".");
+        for (auto& [path, bytes] : expected) {
+            bytes = mask_times(bytes);
+        }
+        const RunResult result = run_import(line->values);
+        RunResult wanted = {0, "", allocator_note};
+        for (++line; line != lines_.end() && !is_layout(line->word) && line->word != "run"; ++line) {
+            if (line->word == "status") {
+                wanted.status = std::stoi(line->values.at(0));
+            } else if (line->word == "out" || line->word == "err") {
+                (line->word == "out" ? wanted.out : wanted.err) = line->text;
+            } else if (line->word == "gone") {
+                EXPECT_EQ(expected.erase(line->values.at(0)), 1U) << line->values.at(0);
+            } else if (line->word == "wrote" || line->word == "made") {
+                expected[line->values.at(0) + (line->word == "made" ? "/" : "")] = line->text;
+            } else {
+                ADD_FAILURE() << "unknown word " << line->word;
+            }
+        }
+        const size_t program = wanted.out.find("usage: %s");
+        if (program != std::string::npos) {
+            wanted.out.replace(program + 7, 2, TEST_PROGRAM);
+        }
+        EXPECT_EQ(result.status, wanted.status);
+        EXPECT_EQ(mask_times(result.out), wanted.out);
+        EXPECT_EQ(result.err, wanted.err);
+        expect_tree(expected);
+        return line;
+    }
+
+    Case lines_;
+};
+
+} // namespace
+
+int main(int argc, char** argv) {
+    testing::InitGoogleTest(&argc, argv);
+    for (const fs::directory_entry& entry : fs::directory_iterator(source_path("tests/commands"))) {
+        if (entry.path().extension() == ".case") {
+            for (const auto& [name, lines] : read_cases(entry.path())) {
+                std::string test = name;
+                std::ranges::replace(test, ' ', '_');
+                testing::RegisterTest(entry.path().stem().c_str(), test.c_str(), nullptr, nullptr, __FILE__,
+                                      __LINE__, [lines = lines] { return new CommandCase(lines); });
+            }
+        }
+    }
+    return RUN_ALL_TESTS();
+}
