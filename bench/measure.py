@@ -3,9 +3,9 @@
 
     measure.py BUILD DATA [ROUNDS]
 
-BUILD holds the programs, DATA/TRACKS the generated libraries (scripts/bench makes both). Every round runs every
-program once on every library, so that a slow moment of the machine meets all of them; the table shows the
-medians of the rounds. Needs strace, binutils and GNU time.
+BUILD holds the programs, DATA/TRACKS the generated libraries (scripts/bench makes both). Every round
+runs every program once on every library, so that a slow moment of the machine meets all of them; the table
+shows the medians of the rounds. Needs strace, binutils and GNU time.
 """
 
 import filecmp
@@ -27,8 +27,9 @@ TRACED_SIZE = 500
 EMPTY_SIZE = 0
 START_RUNS = 300
 
+CPU, WALL = 0, 1  # the columns of a sample
 TOOL, FLOOR, PLISTLIB, EXPAT, TRUE = "itunes-import", "floor", "plistlib", "expat", "true"
-KINDS_A_LINE = ("read", "lseek", "sched_yield")
+STATUS_QUERIES = ("stat", "lstat", "fstat", "newfstatat", "stat64", "lstat64", "fstat64", "fstatat64")
 
 
 class Bench:
@@ -95,8 +96,10 @@ class Bench:
         ) as two:
             check(self.command(program, REFERENCE_SIZE, one))
             check(self.command(other, REFERENCE_SIZE, two))
-            names = [sorted(path.name for path in Path(root).iterdir() if path.is_file()) for root in (one, two)]
-            return names[0] == names[1] and filecmp.cmpfiles(one, two, names[0], shallow=False)[0] == names[0]
+            names, other_names = (
+                sorted(path.name for path in Path(root).iterdir() if path.is_file()) for root in (one, two)
+            )
+            return names == other_names and filecmp.cmpfiles(one, two, names, shallow=False)[0] == names
 
     def median(self, program, tracks, column):
         return statistics.median(sample[column] for sample in self.samples[program, tracks])
@@ -109,10 +112,8 @@ class Bench:
     def growth(self, program):
         """The exponent of CPU time over tracks between the smallest and the largest library."""
         first, last = SIZES[0], SIZES[-1]
-        return math.log(self.median(program, last, CPU) / self.median(program, first, CPU)) / math.log(last / first)
-
-
-CPU, WALL = 0, 1
+        cost = self.median(program, last, CPU) / self.median(program, first, CPU)
+        return math.log(cost) / math.log(last / first)
 
 
 def check(command):
@@ -175,8 +176,8 @@ def comparison_rows(bench):
 
 
 def memory_rows(bench):
-    tool = {tracks: bench.peak_memory(TOOL, tracks) for tracks in (EMPTY_SIZE, *SIZES)}
-    for other in (FLOOR, PLISTLIB, EXPAT):
+    tool = {tracks: bench.peak_memory(TOOL, tracks) for tracks in (EMPTY_SIZE, REFERENCE_SIZE, SIZES[-1])}
+    for other in (PLISTLIB, EXPAT):
         theirs = bench.peak_memory(other, REFERENCE_SIZE)
         yield (
             f"Peak memory, {REFERENCE_SIZE:,} tracks",
@@ -233,16 +234,17 @@ def system_call_rows(bench):
     library = bench.data / str(TRACED_SIZE) / "iTunes Music Library.xml"
     lines = 2 * library.read_bytes().count(b"\n")  # both passes read them all
     tool, floor = bench.system_calls(TOOL), bench.system_calls(FLOOR)
-    for kind in KINDS_A_LINE:
-        yield (
-            f"`{kind}` calls a line read",
-            f"{tool.get(kind, 0) / lines:.3f}",
-            f"floor {floor.get(kind, 0) / lines:.3f}",
-            "",
-            "",
-        )
-    others = [sum(count for kind, count in calls.items() if kind not in KINDS_A_LINE) for calls in (tool, floor)]
-    yield (f"Other system calls, {TRACED_SIZE:,} tracks", f"{others[0]:,}", f"floor {others[1]:,}", "", "")
+    for name, kinds, count in (
+        ("`read` calls a line read", ("read",), lines),
+        ("`lseek` calls a line read", ("lseek",), lines),
+        ("`sched_yield` calls a line read", ("sched_yield",), lines),
+        ("`write` calls a track", ("write",), TRACED_SIZE),
+        ("Status queries a track", STATUS_QUERIES, TRACED_SIZE),
+    ):
+        ours, theirs = (sum(calls.pop(kind, 0) for kind in kinds) / count for calls in (tool, floor))
+        yield (name, f"{ours:.3f}", f"floor {theirs:.3f}", "", "")
+    ours, theirs = (sum(calls.values()) for calls in (tool, floor))
+    yield (f"All other system calls, {TRACED_SIZE:,} tracks", f"{ours:,}", f"floor {theirs:,}", "", "")
 
 
 def binary_rows(bench):
@@ -265,8 +267,8 @@ def processor():
 def print_table(rows, rounds):
     print(
         f"{date.today()}, {processor()}, {os.cpu_count()} processors, Linux {platform.release()}. Medians of "
-        f"{rounds} interleaved rounds ({START_RUNS} for the empty import); a ratio is the median of the rounds' "
-        "ratios, with the least and the greatest. CPU time is user plus system.\n"
+        f"{rounds} interleaved rounds ({START_RUNS} for the empty import); a ratio is the median of the ratios "
+        "round by round, with the least and the greatest. CPU time is user plus system.\n"
     )
     print("| Measure | itunes-import | Beside it | Ratio | Wanted |")
     print("|---|---|---|---|---|")

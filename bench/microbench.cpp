@@ -1,5 +1,6 @@
 // Micro-benchmarks of what is done for every line and every record: recognising the key, taking the value,
 // building the object, writing the record. Run it with --benchmark_repetitions=5 and look at the medians.
+// What goes to DoNotOptimize is const: GCC may corrupt a variable that it is allowed to change.
 
 #include <benchmark/benchmark.h>
 #include <cstdint>
@@ -17,6 +18,10 @@
 #include "server/common/upnp_property.h"
 
 namespace {
+
+constexpr std::string_view location_line =
+    "\t\t\t<key>Location</key><string>file://localhost/Users/anna/Music/iTunes/Caf%C3%A9%20&#38;%20Sons/"
+    "Another%20Summer/04%20Golden%20Forever.mp3</string>\n";
 
 /// The lines of a track dictionary between its "Track ID" line and its end, as iTunes writes them.
 constexpr std::string_view track_lines[] = {
@@ -43,12 +48,10 @@ constexpr std::string_view track_lines[] = {
     "\t\t\t<key>Play Date UTC</key><date>2008-07-04T15:05:52Z</date>\n",
     "\t\t\t<key>Rating</key><integer>40</integer>\n",
     "\t\t\t<key>Track Type</key><string>File</string>\n",
-    "\t\t\t<key>Location</key><string>file://localhost/Users/anna/Music/iTunes/Caf%C3%A9%20&#38;%20Sons/"
-    "Another%20Summer/04%20Golden%20Forever.mp3</string>\n",
+    location_line,
 };
 constexpr std::string_view name_line = track_lines[0];
 constexpr std::string_view number_line = track_lines[7];
-constexpr std::string_view location_line = track_lines[std::size(track_lines) - 1];
 
 struct Key {
     std::string_view literal;
@@ -91,7 +94,7 @@ void take_value(benchmark::State& state, std::string_view line, const char* tag)
     for (auto round : state) {
         (void)round;
         copy_line(buffer, line);
-        char* value = itunes_get_value(buffer, tag);
+        char* const value = itunes_get_value(buffer, tag);
         benchmark::DoNotOptimize(value);
         upnp_free(value);
     }
@@ -121,7 +124,7 @@ void values_of_a_track(benchmark::State& state) {
             const char* tag = strstr(buffer, "<string>") != nullptr    ? "string"
                               : strstr(buffer, "<integer>") != nullptr ? "integer"
                                                                        : "date";
-            char* value = itunes_get_value(buffer, tag);
+            char* const value = itunes_get_value(buffer, tag);
             benchmark::DoNotOptimize(value);
             upnp_free(value);
         }
@@ -146,7 +149,7 @@ void keys_of_a_track_by_search(benchmark::State& state) {
         (void)round;
         for (const std::string_view line : track_lines) {
             for (const Key& key : track_keys) {
-                const char* found = strstr(line.data(), key.literal.data());
+                const char* const found = strstr(line.data(), key.literal.data());
                 benchmark::DoNotOptimize(found);
                 if (found != nullptr) {
                     break;
@@ -199,7 +202,7 @@ MediaObject* make_object() {
 void build_object(benchmark::State& state) {
     for (auto round : state) {
         (void)round;
-        MediaObject* object = make_object();
+        MediaObject* const object = make_object();
         benchmark::DoNotOptimize(object);
         upnp_database_object_free(object);
     }
@@ -207,10 +210,10 @@ void build_object(benchmark::State& state) {
 BENCHMARK(build_object);
 
 void serialize_object(benchmark::State& state) {
-    MediaObject* object = make_object();
+    MediaObject* const object = make_object();
     for (auto round : state) {
         (void)round;
-        upnp_string_t* record = upnp_database_object_serialize(object);
+        upnp_string_t* const record = upnp_database_object_serialize(object);
         benchmark::DoNotOptimize(record);
         upnp_string_free(record);
     }
@@ -220,7 +223,7 @@ BENCHMARK(serialize_object);
 
 /// With the write call, into a device that takes everything.
 void write_object(benchmark::State& state) {
-    MediaObject* object = make_object();
+    MediaObject* const object = make_object();
     UpnpFile* file = upnp_file_open_write("/dev/null");
     for (auto round : state) {
         (void)round;

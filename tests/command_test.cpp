@@ -8,9 +8,9 @@
 //     out / err                 expected lines follow; nothing unless given, but the allocator's note on err
 //     wrote / made / gone PATH  files, folders and losses expected of the run
 //
-// In lines, \\ is a backslash, \xHH a byte, \U the usage text, \WTtitle the head of a playlist of type T, \F
-// its foot; a final \c keeps the line feed away. Log times read "TIME ". Everything not mentioned stays as it
-// was, so stray files fail too.
+// A line is \U for the usage text, \WTtitle for the head of a playlist of type T, \F for its foot, or a text
+// with the escapes of the tables, whose final \c keeps the line feed away. Log times read "TIME ". Everything
+// not mentioned stays as it was, so stray files fail too.
 
 #include "tests/support.h"
 
@@ -41,34 +41,18 @@ std::string playlist_head(const std::string& type, const std::string& title) {
            type + "\"/>\n  <title>" + title + "</title>\n </head>\n <body>\n  <seq>\n";
 }
 
-std::string unescape(const std::string& line) {
-    std::string text;
-    for (size_t index = 0; index < line.size(); ++index) {
-        if (line[index] != '\\') {
-            text += line[index];
-            continue;
-        }
-        switch (line[++index]) {
-        case 'x':
-            text += static_cast<char>(std::stoi(line.substr(index + 1, 2), nullptr, 16));
-            index += 2;
-            break;
-        case 'U': text += read_file(source_path("tests/commands/usage.txt")); break;
-        case 'W': return text + playlist_head(line.substr(index + 1, 1), line.substr(index + 2));
-        case 'F': return text + "  </seq>\n </body>\n</smil>\n";
-        case 'c': return text;
-        default: text += line[index]; break;
-        }
-    }
-    return text + "\n";
+/// The text of a line behind its '|', with the escapes of this format and then those of every table.
+std::string line_text(const std::string& line) {
+    if (line.starts_with("\\W")) { return playlist_head(line.substr(2, 1), line.substr(3)); }
+    if (line.starts_with("\\F")) { return "  </seq>\n </body>\n</smil>\n"; }
+    if (line.starts_with("\\U")) { return read_file(source_path("tests/commands/usage.txt")); }
+    return line.ends_with("\\c") ? unescape(line.substr(0, line.size() - 2)) : unescape(line) + "\n";
 }
 
-std::vector<std::string> split(const std::string& line) {
+std::vector<std::string> words_of(const std::string& line) {
     std::vector<std::string> words;
     std::istringstream stream(line);
-    for (std::string word; stream >> std::quoted(word);) {
-        words.push_back(word);
-    }
+    for (std::string word; stream >> std::quoted(word);) { words.push_back(word); }
     return words;
 }
 
@@ -78,9 +62,9 @@ std::map<std::string, Case> read_cases(const fs::path& path) {
     std::ifstream file(path);
     for (std::string line; std::getline(file, line);) {
         if (line.starts_with('|') && current != nullptr) {
-            current->back().text += unescape(line.substr(1));
+            current->back().text += line_text(line.substr(1));
         } else if (!line.empty() && !line.starts_with('#')) {
-            std::vector<std::string> words = split(line);
+            std::vector<std::string> words = words_of(line);
             if (words[0] == "case") {
                 current = &cases[line.substr(5)];
             } else {
@@ -93,15 +77,11 @@ std::map<std::string, Case> read_cases(const fs::path& path) {
 
 void expect_tree(const Tree& expected) {
     Tree found = read_tree(".");
-    for (auto& [path, bytes] : found) {
-        bytes = mask_times(bytes);
-    }
+    for (auto& [path, bytes] : found) { bytes = mask_times(bytes); }
     EXPECT_EQ(found, expected);
 }
 
-bool is_layout(const std::string& word) {
-    return word == "file" || word == "dir" || word == "link";
-}
+bool is_layout(const std::string& word) { return word == "file" || word == "dir" || word == "link"; }
 
 class CommandCase : public testing::Test {
 public:
@@ -133,9 +113,7 @@ private:
     /// Runs the program and compares; returns the line behind what it expects.
     Case::iterator check_run(Case::iterator line) {
         Tree expected = read_tree(".");
-        for (auto& [path, bytes] : expected) {
-            bytes = mask_times(bytes);
-        }
+        for (auto& [path, bytes] : expected) { bytes = mask_times(bytes); }
         const RunResult result = run_import(line->values);
         RunResult wanted = {0, "", allocator_note};
         for (++line; line != lines_.end() && !is_layout(line->word) && line->word != "run"; ++line) {
@@ -152,9 +130,7 @@ private:
             }
         }
         const size_t program = wanted.out.find("usage: %s");
-        if (program != std::string::npos) {
-            wanted.out.replace(program + 7, 2, TEST_PROGRAM);
-        }
+        if (program != std::string::npos) { wanted.out.replace(program + 7, 2, TEST_PROGRAM); }
         EXPECT_EQ(result.status, wanted.status);
         EXPECT_EQ(mask_times(result.out), wanted.out);
         EXPECT_EQ(result.err, wanted.err);
@@ -167,17 +143,15 @@ private:
 
 } // namespace
 
-int main(int argc, char** argv) {
-    testing::InitGoogleTest(&argc, argv);
+void register_commands() {
     for (const fs::directory_entry& entry : fs::directory_iterator(source_path("tests/commands"))) {
         if (entry.path().extension() == ".case") {
             for (const auto& [name, lines] : read_cases(entry.path())) {
                 std::string test = name;
                 std::ranges::replace(test, ' ', '_');
-                testing::RegisterTest(entry.path().stem().c_str(), test.c_str(), nullptr, nullptr, __FILE__,
-                                      __LINE__, [lines = lines] { return new CommandCase(lines); });
+                testing::RegisterTest(entry.path().stem().c_str(), test.c_str(), nullptr, nullptr, __FILE__, __LINE__,
+                                      [lines = lines] { return new CommandCase(lines); });
             }
         }
     }
-    return RUN_ALL_TESTS();
 }

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <spawn.h>
 #include <sstream>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -12,16 +11,11 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// Reads a stream from its beginning and closes it.
-std::string read_stream(FILE* stream) {
-    rewind(stream);
-    std::string bytes;
-    char buffer[4096];
-    for (size_t count = 0; (count = fread(buffer, 1, sizeof buffer, stream)) > 0;) {
-        bytes.append(buffer, count);
+std::string shell_quoted(std::string word) {
+    for (size_t quote = 0; (quote = word.find('\'', quote)) != std::string::npos; quote += 4) {
+        word.replace(quote, 1, "'\\''");
     }
-    (void)fclose(stream);
-    return bytes;
+    return "'" + word + "'";
 }
 
 } // namespace
@@ -55,9 +49,7 @@ Tree read_tree(const std::string& folder) {
 }
 
 void write_file(const std::string& path, const std::string& bytes) {
-    if (const fs::path parent = fs::path(path).parent_path(); !parent.empty()) {
-        fs::create_directories(parent);
-    }
+    if (const fs::path parent = fs::path(path).parent_path(); !parent.empty()) { fs::create_directories(parent); }
     std::ofstream(path, std::ios::binary) << bytes;
 }
 
@@ -67,44 +59,18 @@ std::string read_file(const std::string& path) {
     return bytes.str();
 }
 
-std::string source_path(const std::string& relative) {
-    return std::string(TEST_SOURCE_DIR) + "/" + relative;
-}
+std::string source_path(const std::string& relative) { return std::string(TEST_SOURCE_DIR) + "/" + relative; }
 
 RunResult run_program(const std::string& program, const std::vector<std::string>& arguments) {
-    std::vector<std::string> words;
-    std::istringstream emulator(TEST_EMULATOR); // how programs of the target are started here; may be empty
-    for (std::string word; emulator >> word;) {
-        words.push_back(word);
-    }
-    words.push_back(program);
-    words.insert(words.end(), arguments.begin(), arguments.end());
-    std::vector<char*> argv;
-    for (std::string& word : words) {
-        argv.push_back(word.data());
-    }
-    argv.push_back(nullptr);
-    FILE* out = tmpfile();
-    FILE* err = tmpfile();
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, fileno(out), STDOUT_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, fileno(err), STDERR_FILENO);
-    pid_t child = 0;
-    int status = 0;
-    const bool spawned = posix_spawnp(&child, argv[0], &actions, nullptr, argv.data(), environ) == 0;
-    posix_spawn_file_actions_destroy(&actions);
-    if (spawned) {
-        waitpid(child, &status, 0);
-    }
-    const RunResult result = {WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status),
-                              read_stream(out), read_stream(err)};
-    return spawned ? result : RunResult{-1, "", "cannot start " + words[0]};
+    const std::string here = fs::current_path();
+    const TempDir outputs;
+    std::string command = "cd " + shell_quoted(here) + " && " TEST_EMULATOR " " + shell_quoted(program);
+    for (const std::string& argument : arguments) { command += " " + shell_quoted(argument); }
+    const int status = system((command + " >" + outputs.path() + "/out 2>" + outputs.path() + "/err").c_str());
+    return {WEXITSTATUS(status), read_file("out"), read_file("err")};
 }
 
-RunResult run_import(const std::vector<std::string>& arguments) {
-    return run_program(TEST_PROGRAM, arguments);
-}
+RunResult run_import(const std::vector<std::string>& arguments) { return run_program(TEST_PROGRAM, arguments); }
 
 std::string mask_times(const std::string& text) {
     static const std::string shape = "00:00:00:000 ";
@@ -120,10 +86,40 @@ std::string mask_times(const std::string& text) {
     return masked;
 }
 
-std::string repeat(const std::string& text, size_t count) {
-    std::string all;
-    for (size_t index = 0; index < count; ++index) {
-        all += text;
+std::string unescape(const std::string& text) {
+    std::string plain;
+    for (size_t index = 0; index < text.size(); ++index) {
+        if (text[index] != '\\' || ++index == text.size()) {
+            plain += text[index];
+        } else if (text[index] == 'x') {
+            plain += static_cast<char>(std::stoi(text.substr(index + 1, 2), nullptr, 16));
+            index += 2;
+        } else if (text[index] == 'n') {
+            plain += '\n';
+        } else if (text[index] == '*') {
+            size_t digits = 0;
+            const int count = std::stoi(text.substr(index + 1), &digits);
+            index += digits + 1;
+            plain.append(static_cast<size_t>(count), text[index]);
+        } else {
+            plain += text[index];
+        }
     }
-    return all;
+    return plain;
+}
+
+std::vector<std::string> split(const std::string& text, char separator) {
+    std::vector<std::string> pieces;
+    std::istringstream stream(text + separator);
+    for (std::string piece; std::getline(stream, piece, separator);) { pieces.push_back(piece); }
+    return pieces;
+}
+
+std::string take_listing(MediaObject* object) {
+    std::string listing;
+    for (const MediaProperty* property = object; property != nullptr; property = property->next) {
+        listing += std::to_string(property->id) + "=" + property->value + " ";
+    }
+    upnp_database_object_free(object);
+    return listing;
 }

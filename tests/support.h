@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "server/common/upnp_database.h"
+
 /// A fresh folder that goes with its scope; the process works inside it meanwhile.
 class TempDir {
 public:
@@ -33,7 +35,7 @@ std::string read_file(const std::string& path);                     // "" if the
 std::string source_path(const std::string& relative);
 
 struct RunResult {
-    int status; // exit status, or 1000 + signal
+    int status; // as a shell has it: 128 and the signal for a killed program
     std::string out;
     std::string err;
 };
@@ -59,5 +61,15 @@ std::string stderr_of(Work work) {
     return testing::internal::GetCapturedStderr();
 }
 
-/// `text` `count` times.
-std::string repeat(const std::string& text, size_t count);
+/// The text that an escaped one stands for: \xHH is a byte, \n a line feed, \*Nc the character c N times,
+/// \\ a backslash.
+std::string unescape(const std::string& text);
+
+std::vector<std::string> split(const std::string& text, char separator);
+
+/// The object as "id=value " words, first to last; the object is freed.
+std::string take_listing(MediaObject* object);
+
+/// Data files that become tests of their own: tables/ and commands/.
+void register_tables();
+void register_commands();
