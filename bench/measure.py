@@ -267,8 +267,8 @@ def processor():
 def print_table(rows, rounds):
     print(
         f"{date.today()}, {processor()}, {os.cpu_count()} processors, Linux {platform.release()}. Medians of "
-        f"{rounds} interleaved rounds ({START_RUNS} for the empty import); a ratio is the median of the ratios "
-        "round by round, with the least and the greatest. CPU time is user plus system.\n"
+        f"{rounds} interleaved rounds ({START_RUNS} for the empty import); a ratio is the median of the "
+        "rounds' ratios, with the least and the greatest. CPU time is user plus system.\n"
     )
     print("| Measure | itunes-import | Beside it | Ratio | Wanted |")
     print("|---|---|---|---|---|")

@@ -17,7 +17,6 @@ protected:
         upnp_log_set_mask(0);
         upnp_log_close();
     }
-    TempDir folder_;
 };
 
 } // namespace
@@ -34,18 +33,6 @@ TEST_F(Log, WritesTimeMessageAndLineFeedCutAtTheBuffer) {
               "upnp_log_message - LogCriticalSection not initialized! (raw %s)\n");
 }
 
-TEST_F(Log, AppendsToAFileAndMakesItsFolders) {
-    write_file("old", "kept\n");
-    for (const std::string& path : {std::string("old"), std::string("a/b/new"), folder_.path() + "/a/absolute"}) {
-        EXPECT_EQ(upnp_log_init(path.c_str()), 1) << path;
-        upnp_log_message(0, "to %s", "file");
-        upnp_log_flush();
-    }
-    upnp_log_close();
-    EXPECT_EQ(mask_times(read_file("old") + read_file("a/b/new") + read_file("a/absolute")),
-              "kept\nTIME to file\nTIME to file\nTIME to file\n");
-}
-
 TEST_F(Log, FallsBackToTheConsoleForGoodWhateverTheMask) {
     for (const uint32_t mask : {128U, 129U}) {
         upnp_log_set_mask(mask);
@@ -60,10 +47,4 @@ TEST_F(Log, FallsBackToTheConsoleForGoodWhateverTheMask) {
         }
         EXPECT_EQ(printed, "can't write log file\nTIME first\nTIME second\n") << mask;
     }
-}
-
-TEST_F(Log, TakesAPathDirectlyBelowTheRoot) {
-    const std::string path = "/itunes-import-test-" + std::to_string(getpid());
-    EXPECT_EQ(stdout_of([&] { (void)upnp_log_init(path.c_str()); }).find("LOG"), std::string::npos);
-    unlink(path.c_str());
 }

@@ -11,6 +11,7 @@
 
 #include "common/upnp_log.h"
 #include "common/upnp_memory.h"
+#include "common/upnp_string.h"
 #include "common/upnp_text.h"
 #include "itunes/playlist_file.h"
 #include "itunes/plist_scanner.h"
@@ -89,6 +90,29 @@ std::string with_time(const std::string& text) {
     return text.starts_with("now") ? std::to_string(time(nullptr) + std::stoll(text.substr(3))) : text;
 }
 
+/// The answer to a question about an object, which is freed.
+std::string answer_about(MediaObject* object, char question, int16_t id) {
+    const char* value = upnp_database_object_get_valid_property(object, id);
+    std::string answer = value == nullptr ? "(none)" : value;
+    if (question == '!') {
+        answer = std::to_string(upnp_database_object_get_long(object, id, 7));
+    } else if (question == '*') {
+        uint32_t size = 0;
+        upnp_database_object_free(upnp_database_object_copy(object, &size));
+        answer = std::to_string(size);
+    } else if (question != '?') {
+        upnp_string_t* record = upnp_database_object_serialize(object);
+        answer = record == nullptr ? "(none)" : std::string(record->data, record->length);
+        upnp_string_free(record);
+        if (question == '<') {
+            answer = take_listing(
+                upnp_database_object_create_from_data(answer.data(), static_cast<uint32_t>(answer.size())));
+        }
+    }
+    upnp_database_object_free(object);
+    return answer;
+}
+
 std::string handle_object(const Input& input) {
     std::vector<std::string> lent; // outlives the object
     const std::vector<std::string> steps = split(input.text, ';');
@@ -109,13 +133,7 @@ std::string handle_object(const Input& input) {
             object = (padded ? db_object_createobject_set_numprop_padded
                              : db_object_createobject_set_numprop)(object, id, upnp_parse_int32(text.c_str()));
             break;
-        default:
-            const char* value = upnp_database_object_get_valid_property(object, id);
-            const std::string answer = step[0] == '!'     ? std::to_string(upnp_database_object_get_long(object, id, 7))
-                                       : value == nullptr ? "(none)"
-                                                          : value;
-            upnp_database_object_free(object);
-            return answer;
+        default: return answer_about(object, step[0], id);
         }
     }
     MediaObject* copy = upnp_database_object_copy(object, nullptr);
@@ -156,26 +174,46 @@ std::string check_log(const Input& input) {
 }
 
 std::string sort_tracks(const Input& input) {
-    std::istringstream ids(input.text);
+    const std::vector<std::string> parts = split(input.text, ';');
+    std::istringstream added(parts[0]);
+    std::istringstream wanted(parts[1]);
     int32_t lowest = INT32_MAX;
     size_t place = 0;
-    for (int32_t id = 0; ids >> id; lowest = std::min(lowest, id)) {
+    for (int32_t id = 0; added >> id; lowest = std::min(lowest, id)) {
         itunes_track_list_add(std::to_string(place++).c_str(), nullptr, id);
     }
-    std::string order;
+    std::string answer;
     for (const TrackPath* entry = itunes_track_list_find(lowest); entry != nullptr; entry = entry->next) {
-        order += std::to_string(entry->track_id) + ":" + entry->location + " ";
+        answer += std::to_string(entry->track_id) + ":" + entry->location + " ";
+    }
+    answer += "| ";
+    for (int32_t id = 0; wanted >> id;) {
+        const TrackPath* found = itunes_track_list_find(id);
+        answer += std::string(found == nullptr ? "-" : found->location) + " ";
     }
     itunes_track_list_free();
-    return order;
+    return answer;
 }
 
 const char* text_or_null(const std::string& text) { return text == "(null)" ? nullptr : text.c_str(); }
 
+std::string append_text(const Input& input) {
+    const std::vector<std::string> words = split(input.text, '|');
+    upnp_string_t* text = words[0] == "(null)"
+                              ? nullptr
+                              : upnp_string_new(text_or_null(words[1]), static_cast<uint32_t>(std::stoi(words[0])));
+    text = upnp_string_append(text, text_or_null(words[2]));
+    const std::string answer = std::to_string(text->capacity) + " " + std::to_string(text->length) + " " + text->data;
+    upnp_string_free(text);
+    return answer;
+}
+
 std::string write_wpl(const Input& input) {
     const TempDir folder;
-    const std::vector<std::string> words = split(input.text, '|');
-    UpnpFile* file = upnp_file_open_write("wpl");
+    std::vector<std::string> words = split(input.text, '|');
+    const bool fails = words[0] == "full" || words[0] == "null";
+    UpnpFile* file = words[0] == "null" ? nullptr : upnp_file_open_write(fails ? "/dev/full" : "wpl");
+    words.erase(words.begin(), words.begin() + (fails ? 1 : 0));
     uint32_t result = 0;
     if (words[0] == "header") {
         result = upnp_wpl_write_header(file, text_or_null(words[1]), text_or_null(words[2]), text_or_null(words[3]),
@@ -220,11 +258,16 @@ std::string fail_operation(const Input& input) {
         {"write", [&] { return number(upnp_file_write(stale, path, static_cast<uint32_t>(std::stoi(path)))); }},
         {"read", [&] { return number(*upnp_file_read_line(line, static_cast<uint32_t>(std::stoi(path)), stale)); }},
         {"at_end", [&] { return number(upnp_file_at_end(stale)); }},
+        {"parse",
+         [&] {
+             return take_listing(upnp_database_object_create_from_data(path, static_cast<uint32_t>(strlen(path)))) +
+                    "none";
+         }},
         {"close", [&] { return upnp_file_close(std::exchange(stale, nullptr)), number(0); }},
     };
     std::string answer;
     upnp_log_init(nullptr);
-    upnp_log_set_mask(upnp_log_system);
+    upnp_log_set_mask(upnp_log_system | upnp_log_db);
     const std::string log = mask_times(stdout_of([&] { answer = operations.at(words[0])(); }));
     upnp_log_set_mask(0);
     upnp_log_close();
@@ -248,6 +291,7 @@ const std::map<std::string, std::function<std::string(Input)>> subjects = {
     {"playlist_file", name_playlist_file},
     {"log_check", check_log},
     {"track_list", sort_tracks},
+    {"string", append_text},
     {"wpl", write_wpl},
     {"failure", fail_operation},
 };

@@ -1,0 +1,16 @@
+// Everything that ever broke a fuzz target, once more.
+
+#include "tests/support.h"
+
+#include "tests/fuzz/targets.h"
+
+TEST(Corpus, NothingBreaksASecondTime) {
+    const std::map<std::string, void (*)(const uint8_t*, size_t)> targets = {
+        {"value", fuzz_value}, {"library", fuzz_library}, {"record", fuzz_record}};
+    for (const auto& [name, target] : targets) {
+        for (const auto& [path, bytes] : read_tree(source_path("tests/corpus/" + name))) {
+            SCOPED_TRACE(name + "/" + path);
+            target(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
+        }
+    }
+}
