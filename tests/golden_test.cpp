@@ -1,0 +1,42 @@
+// The bundled library, imported here and on the reference target (golden/): the results are the same bytes. Where
+// they differ, what came out here is left beside the test program as golden.txt.
+
+#include "tests/support.h"
+
+#include <fstream>
+
+#include "common/upnp_memory.h"
+#include "itunes/plist_scanner.h"
+#include "itunes/track_reader.h"
+
+TEST(Golden, TheBundledLibraryGivesTheSameBytesEverywhere) {
+    const std::string root = "file://localhost/music/library/";
+    std::string library = read_file(source_path("examples/iTunes Music Library.xml"));
+    for (size_t at = 0; (at = library.find(root, at)) != std::string::npos;) {
+        library.replace(at, root.size(), "file://localhostmedia/"); // relative to the test's folder
+    }
+    std::string result;
+    {
+        const TempDir folder;
+        write_file("library/l.xml", library);
+        for (std::string line : split(library, '\n')) {
+            if (char* location = itunes_get_value(line.data(), "string");
+                line.find("<key>Location</key>") != std::string::npos) {
+                char* path = itunes_location_to_path(location);
+                if (std::string(path).starts_with("media/") && std::string(path).find("(lost)") == std::string::npos) {
+                    write_file(path, "");
+                }
+                upnp_free(path);
+                upnp_free(location);
+            } else {
+                upnp_free_unless_null(location);
+            }
+        }
+        write_file("out/db/made", "");
+        EXPECT_EQ(run_import({"-dbdir", "out/db", "-itunes-lib", "library/l.xml"}).status, 0);
+        for (const auto& [path, bytes] : read_tree("out")) { result += "== " + path + "\n" + bytes; }
+    }
+    const bool is_same = result == read_file(source_path("tests/golden/bundled-library.txt"));
+    EXPECT_TRUE(is_same);
+    if (!is_same) { write_file("golden.txt", result); }
+}
