@@ -20,17 +20,13 @@ TEST(Golden, TheBundledLibraryGivesTheSameBytesEverywhere) {
         const TempDir folder;
         write_file("library/l.xml", library);
         for (std::string line : split(library, '\n')) {
-            if (char* location = itunes_get_value(line.data(), "string");
-                line.find("<key>Location</key>") != std::string::npos) {
-                char* path = itunes_location_to_path(location);
-                if (std::string(path).starts_with("media/") && std::string(path).find("(lost)") == std::string::npos) {
-                    write_file(path, "");
-                }
-                upnp_free(path);
-                upnp_free(location);
-            } else {
-                upnp_free_unless_null(location);
+            char* value = itunes_get_value(line.data(), "string");
+            char* path = itunes_location_to_path(value);
+            if (path != nullptr && strncmp(path, "media/", 6) == 0 && strstr(path, "(lost)") == nullptr) {
+                write_file(path, "");
             }
+            upnp_free_unless_null(path);
+            upnp_free_unless_null(value);
         }
         write_file("out/db/made", "");
         EXPECT_EQ(run_import({"-dbdir", "out/db", "-itunes-lib", "library/l.xml"}).status, 0);

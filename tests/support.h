@@ -69,7 +69,3 @@ std::vector<std::string> split(const std::string& text, char separator);
 
 /// The object as "id=value " words, first to last; the object is freed.
 std::string take_listing(MediaObject* object);
-
-/// Data files that become tests of their own: tables/ and commands/.
-void register_tables();
-void register_commands();
