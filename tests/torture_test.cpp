@@ -110,6 +110,7 @@ namespace {
 
 const std::string old_items = ">>>>\n14003Old\n";
 const std::string old_playlist = "an older playlist\n";
+const std::string temp_items = "db/itunes-import-temp/itunes.import.temp.items";
 const std::string top = "playlists/iTunes-playlist-Top##M.wpl";
 
 void lay_out() {
@@ -181,6 +182,9 @@ void check(const Tree& before, const Tree& after, const Tree& whole, bool is_kil
         }
     }
     EXPECT_LE(damaged.size(), limit) << testing::PrintToString(damaged);
+    if (!is_killed && !after.contains("db/itunes.import.items") && !after.contains(temp_items)) {
+        EXPECT_TRUE(after.at(top) == old_playlist) << "playlists without the items that they refer to";
+    }
     for (const char* kept : {"lib/l.xml", "lib/other.tmp", "db/other", "playlists/mine.wpl", "media/one.mp3"}) {
         EXPECT_TRUE(after.contains(kept)) << kept;
     }
