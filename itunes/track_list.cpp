@@ -14,9 +14,9 @@ struct TrackBlock {
     TrackPath entries[entries_in_block];
 };
 
-TrackBlock* blocks = nullptr;         // all memory of the entries, the newest block first
-TrackPath* TrackPathList = nullptr;   // sorted by ascending id
-TrackPath* last_entry = nullptr;      // where tracks in rising order are appended without a walk
+TrackBlock* blocks = nullptr;          // all memory of the entries, the newest block first
+TrackPath* TrackPathList = nullptr;    // sorted by ascending id
+TrackPath* last_entry = nullptr;       // where tracks in rising order are appended without a walk
 const TrackPath* last_found = nullptr; // the first entry of its id; walks to larger ids start here
 
 /// Returns room for one more entry, or null without memory.
