@@ -56,6 +56,12 @@ const TrackPath* itunes_track_list_find(int32_t track_id) {
     const bool is_ahead = last_found != nullptr && last_found->track_id <= track_id;
     const TrackPath* entry = is_ahead ? last_found : TrackPathList;
     while (entry != nullptr && entry->track_id < track_id) {
+        // Where the next entry is the one beside this, as in most of a list that was filled in rising order,
+        // the walk needs not wait for each link to be read before it looks at the entry behind it.
+        const TrackPath* beside = entry + 1;
+        while (entry->next == beside && beside->track_id < track_id) {
+            entry = beside++;
+        }
         entry = entry->next;
     }
     if (entry == nullptr || entry->track_id != track_id) {

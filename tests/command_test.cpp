@@ -3,7 +3,8 @@
 //     case NAME                 begins a case in a fresh folder
 //     file PATH / dir PATH      lays out a file (its lines follow, each behind '|') or a folder
 //     link PATH TARGET          lays out a symbolic link
-//     run ARGUMENTS             runs the program in the folder; "..." holds blanks, "" is empty
+//     run ARGUMENTS             runs itunes-import in the folder; "..." holds blanks, "" is empty
+//     items ARGUMENTS           runs itunes-items
 //     status N                  expected; 0 unless given
 //     out / err                 expected lines follow; nothing unless given, but the allocator's note on err
 //     wrote / made / gone PATH  files, folders and losses expected of the run
@@ -82,6 +83,8 @@ Tree masked_tree() {
 
 bool is_layout(const std::string& word) { return word == "file" || word == "dir" || word == "link"; }
 
+bool is_run(const std::string& word) { return word == "run" || word == "items"; }
+
 class CommandCase : public testing::Test {
 public:
     explicit CommandCase(Case lines) : lines_(std::move(lines)) {}
@@ -90,7 +93,7 @@ private:
     void TestBody() override {
         const TempDir folder;
         for (auto line = lines_.begin(); line != lines_.end();) {
-            if (line->word == "run") {
+            if (is_run(line->word)) {
                 line = check_run(line);
             } else {
                 lay_out(*line++);
@@ -112,9 +115,10 @@ private:
     /// Runs the program and compares; returns the line behind what it expects.
     Case::iterator check_run(Case::iterator line) {
         Tree expected = masked_tree();
-        const RunResult result = run_import(line->values);
-        RunResult wanted = {0, "", allocator_note};
-        for (++line; line != lines_.end() && !is_layout(line->word) && line->word != "run"; ++line) {
+        const bool is_import = line->word == "run";
+        const RunResult result = is_import ? run_import(line->values) : run_program(TEST_ITEMS_PROGRAM, line->values);
+        RunResult wanted = {0, "", is_import ? allocator_note : ""};
+        for (++line; line != lines_.end() && !is_layout(line->word) && !is_run(line->word); ++line) {
             if (line->word == "status") {
                 wanted.status = std::stoi(line->values.at(0));
             } else if (line->word == "out" || line->word == "err") {
