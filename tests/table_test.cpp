@@ -32,7 +32,7 @@ struct Input {
 };
 
 std::string take(char* text) {
-    const std::string answer = text == nullptr ? "(none)" : text;
+    std::string answer = text == nullptr ? "(none)" : text;
     upnp_free_unless_null(text);
     return answer;
 }
@@ -193,7 +193,7 @@ std::string append_text(const Input& input) {
                               ? nullptr
                               : upnp_string_new(text_or_null(words[1]), static_cast<uint32_t>(std::stoi(words[0])));
     text = upnp_string_append(text, text_or_null(words[2]));
-    const std::string answer = std::to_string(text->capacity) + " " + std::to_string(text->length) + " " + text->data;
+    std::string answer = std::to_string(text->capacity) + " " + std::to_string(text->length) + " " + text->data;
     upnp_string_free(text);
     return answer;
 }

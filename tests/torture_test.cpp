@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <csignal>
 #include <dirent.h>
-#include <filesystem>
 #include <set>
 #include <sys/mman.h>
 #include <sys/wait.h>
@@ -15,8 +14,6 @@
 
 #include "common/upnp_memory.h"
 #include "itunes/import_driver.h"
-
-namespace fs = std::filesystem;
 
 namespace {
 
