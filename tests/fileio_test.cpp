@@ -27,15 +27,6 @@ size_t count_lines(UpnpFile* library) {
 
 } // namespace
 
-TEST_F(FileLayer, NeverTruncates) {
-    write_file("f", "longer text");
-    for (UpnpFile* file : {upnp_file_open_write("f"), upnp_file_open_append("f")}) {
-        EXPECT_EQ(upnp_file_write(file, "new", 3), 3);
-        upnp_file_close(file);
-    }
-    EXPECT_EQ(read_file("f"), "newger textnew");
-}
-
 TEST_F(FileLayer, ReportsSizesOffsetsAndTimesIn64Bits) {
     const off_t size = off_t{5} << 30;
     const timespec times[] = {{4'000'000'000, 0}, {4'100'000'000, 0}}; // accessed and modified after 2038
