@@ -27,7 +27,7 @@ int32_t wrapping_add(int32_t sum, uint32_t change) {
 
 void* upnp_malloc(uint32_t size) {
     if (size > UINT32_MAX - sizeof(BlockHeader)) {
-        return nullptr; // no 32-bit box could give this, so no host does
+        return nullptr; // size and header together are a 32-bit number, as where `size_t` has 32 bits
     }
     auto* header = static_cast<BlockHeader*>(malloc(sizeof(BlockHeader) + size));
     if (header == nullptr) {

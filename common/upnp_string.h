@@ -14,7 +14,8 @@ struct upnp_string_t {
 };
 
 /// Makes a buffer of `capacity` bytes that holds `text` (empty for null), growing where the text needs more.
-/// Returns null without memory. The caller owns it and frees it with upnp_string_free.
+/// Returns null without memory for the buffer itself; a text for which it cannot grow is dropped. The caller
+/// owns it and frees it with upnp_string_free.
 [[nodiscard]] upnp_string_t* upnp_string_new(const char* text, uint32_t capacity);
 
 /// Appends `text`; returns the buffer to use from now on. A null buffer gives a new one with room for the

@@ -2,8 +2,6 @@
 // The command line: options that each take one value, scanned from left to right, the last value of an option
 // counting. Two act at once: -logfile starts the log file, -init writes the setting file and ends the scan.
 
-#include <cstdint>
-
 #include "itunes/import_run.h"
 
 enum class CommandLineResult {

@@ -45,9 +45,10 @@ void import_remove_library_temp_files(const char* library_path) {
     char directory[import_path_size];
     upnp_copy_text(directory, sizeof directory, library_path);
     char* separator = strrchr(directory, '/');
-    if (separator != nullptr) {
-        separator[1] = '\0';
+    if (separator == nullptr) {
+        return;
     }
+    separator[1] = '\0';
     for (UpnpDirWalk* walk = upnp_dir_open(directory); walk != nullptr; walk = upnp_dir_next(walk)) {
         if (strncmp(walk->entry_name, "iT", 2) == 0 && strstr(walk->entry_name, ".tmp") != nullptr) {
             (void)upnp_file_unlink(walk->entry_path);

@@ -1,7 +1,9 @@
 #include "itunes/import_driver.h"
 
-#include <cstdint>
+#include <csignal>
 #include <cstdio>
+#include <fcntl.h>
+#include <unistd.h>
 
 #include "common/upnp_fileio.h"
 #include "common/upnp_log.h"
@@ -11,6 +13,21 @@
 #include "itunes/library_walk.h"
 
 namespace {
+
+/// Makes failures of outputs results instead of ends of the run: a pipe whose reader has gone and a file at
+/// the size limit fail their write, and a standard stream that the parent closed is not mistaken for the next
+/// file that is opened.
+void secure_standard_streams() {
+    (void)signal(SIGPIPE, SIG_IGN);
+    (void)signal(SIGXFSZ, SIG_IGN);
+    int descriptor = STDIN_FILENO;
+    while (descriptor >= 0 && descriptor <= STDERR_FILENO) {
+        descriptor = open("/dev/null", O_RDWR);
+    }
+    if (descriptor > STDERR_FILENO) {
+        (void)close(descriptor);
+    }
+}
 
 bool plugin_lines_wanted() {
     return upnp_log_check(upnp_log_plugin, 1) != 0;
@@ -61,6 +78,7 @@ void commit_items_file() {
 } // namespace
 
 int itunes_import_main(int argc, char** argv) {
+    secure_standard_streams();
     ImportOptions options = {};
     switch (import_scan_command_line(argc, argv, &options)) {
     case CommandLineResult::import: break;

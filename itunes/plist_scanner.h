@@ -61,7 +61,7 @@ template <typename Row, size_t count>
 [[nodiscard]] uint32_t itunes_keys_in_line(const char* line, const Row (&rows)[count]) {
     static_assert(count <= 32);
     uint32_t found = 0;
-    const char* key = strstr(line, itunes_key_tag.data());
+    const char* key = line == nullptr ? nullptr : strstr(line, itunes_key_tag.data());
     while (key != nullptr) {
         const char* name = key + itunes_key_tag.size();
         for (size_t index = 0; index < count; ++index) {

@@ -155,3 +155,26 @@ const bool registered = [] {
 }();
 
 } // namespace
+
+// Each shell line starts the program as a careless parent would; its lines go to standard output.
+TEST(Command, OutputsThatFailEndNoRunAndSpoilNoFile) {
+    const TempDir folder;
+    std::string library =
+        "<key>Track ID</key>\n<key>Location</key><string>file:l.xml</string>\n</dict>\n<key>Playlists</key>\n";
+    for (int playlist = 0; playlist < 100; ++playlist) { // each logs a line: its name is too long for a file
+        const std::string id = "<string>" + std::to_string(playlist) + std::string(240, 'n') + "</string>\n";
+        library += "<key>Name</key>" + id + "<key>Playlist Persistent ID</key>" + id +
+                   "<key>Playlist Items</key>\n<key>Track ID</key>\n";
+    }
+    write_file("l.xml", library);
+    write_file("db/other", "");
+    const std::string program = TEST_EMULATOR " " TEST_PROGRAM " -dbdir db -itunes-lib l.xml -logfile ";
+    for (const std::string& line : {program + ". >&-", "(sleep 0.2; " + program + ". || echo $? >failed) | true",
+                                    "(ulimit -f 0; " + program + "log)"}) {
+        EXPECT_EQ(system(("{ " + line + "; } 2>/dev/null").c_str()), 0) << line;
+        EXPECT_EQ(read_file("failed"), "") << line;
+        const std::string items = read_file("db/itunes.import.items");
+        EXPECT_TRUE(items.empty() || items == ">>>>\n03020object.item.audioItem.musicTrack\n45001d\n3C005l.xml\n")
+            << items;
+    }
+}

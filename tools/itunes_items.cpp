@@ -59,9 +59,12 @@ bool reserve(ItemsReader* reader, uint32_t added) {
     if (capacity == reader->capacity) {
         return true;
     }
-    auto* record = capacity > record_size_limit ? nullptr : static_cast<char*>(upnp_malloc(capacity));
-    if (record == nullptr) {
+    if (capacity > record_size_limit) {
         return fail(reader, reader->offset, "the record is too large");
+    }
+    auto* record = static_cast<char*>(upnp_malloc(capacity));
+    if (record == nullptr) {
+        return fail(reader, reader->offset, "out of memory");
     }
     if (reader->record != nullptr) {
         memcpy(record, reader->record, reader->length);
