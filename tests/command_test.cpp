@@ -161,7 +161,7 @@ TEST(Command, OutputsThatFailEndNoRunAndSpoilNoFile) {
     const TempDir folder;
     std::string library =
         "<key>Track ID</key>\n<key>Location</key><string>file:l.xml</string>\n</dict>\n<key>Playlists</key>\n";
-    for (int playlist = 0; playlist < 100; ++playlist) { // each logs a line: its name is too long for a file
+    for (int playlist = 0; playlist < 200; ++playlist) { // each logs a line: its name is too long for a file
         const std::string id = "<string>" + std::to_string(playlist) + std::string(240, 'n') + "</string>\n";
         library += "<key>Name</key>" + id + "<key>Playlist Persistent ID</key>" + id +
                    "<key>Playlist Items</key>\n<key>Track ID</key>\n";
