@@ -36,6 +36,16 @@ int32_t upnp_parse_int32(const char* text) {
     return static_cast<int32_t>(std::clamp<int64_t>(upnp_parse_int64(text), INT32_MIN, INT32_MAX));
 }
 
+int32_t upnp_hex_digit(char digit) {
+    if (digit >= '0' && digit <= '9') {
+        return digit - '0';
+    }
+    if (digit >= 'A' && digit <= 'F') {
+        return digit - 'A' + 10;
+    }
+    return digit >= 'a' && digit <= 'f' ? digit - 'a' + 10 : -1;
+}
+
 int64_t upnp_parse_int64(const char* text) {
     return text == nullptr ? 0 : strtoll(text, nullptr, 10);
 }

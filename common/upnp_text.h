@@ -17,5 +17,8 @@ void upnp_copy_text(char* buffer, uint32_t size, const char* text);
 /// Returns 0 for a null text and for one without digits.
 int32_t upnp_parse_int32(const char* text);
 
-/// The same with 64 bits, for times.
+/// Returns the value of a hexadecimal digit of either case, or -1.
+int32_t upnp_hex_digit(char digit);
+
+/// Reads a decimal number as upnp_parse_int32 does, with 64 bits, for times.
 int64_t upnp_parse_int64(const char* text);

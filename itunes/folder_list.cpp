@@ -7,6 +7,7 @@
 namespace {
 
 PlaylistFolder* PlaylistFolderList = nullptr;
+uint32_t path_count = 0; // folder paths built since the process started
 
 } // namespace
 
@@ -32,6 +33,10 @@ PlaylistFolder* itunes_folder_list_find(const char* persistent_id) {
         entry = entry->next;
     }
     return entry;
+}
+
+uint32_t itunes_folder_list_new_path() {
+    return ++path_count;
 }
 
 void itunes_folder_list_free() {

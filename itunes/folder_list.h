@@ -22,5 +22,9 @@ void itunes_folder_list_add(int32_t playlist_id, const char* name, const char* p
 /// change its used_in_path.
 [[nodiscard]] PlaylistFolder* itunes_folder_list_find(const char* persistent_id);
 
+/// Returns the number of a folder path about to be built, for the marks of its entries: one that no entry
+/// bears.
+[[nodiscard]] uint32_t itunes_folder_list_new_path();
+
 /// Frees every entry with its texts and leaves the list empty.
 void itunes_folder_list_free();

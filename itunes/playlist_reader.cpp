@@ -57,7 +57,6 @@ struct PlaylistState {
     char persistent_id[text_size]; // the playlist's, or the last one that a folder walk reached
     const char* type;              // goes back to music with every attempt to open a file, not before
     bool pending;                  // the next playable track begins a new file
-    uint32_t path_count;           // folder paths built so far
     UpnpFile* output;              // the file being written, or null
 };
 
@@ -98,11 +97,11 @@ void put_folder_in_front(PlaylistState* state, const char* folder_name) {
 /// playlist's own, joined by '/'. Empty where the folder list does not know the playlist. An entry that comes
 /// round again in a circle of parents ends the path.
 void build_folder_path(PlaylistState* state) {
-    ++state->path_count;
+    const uint32_t path_number = itunes_folder_list_new_path();
     state->name[0] = '\0';
     PlaylistFolder* folder = itunes_folder_list_find(state->persistent_id);
-    while (folder != nullptr && folder->used_in_path != state->path_count) {
-        folder->used_in_path = state->path_count;
+    while (folder != nullptr && folder->used_in_path != path_number) {
+        folder->used_in_path = path_number;
         if (folder->name != nullptr) {
             put_folder_in_front(state, folder->name);
         }

@@ -7,8 +7,9 @@
 
 namespace {
 
-/// Reads in a row that may move nothing before the library counts as ended. More than any run of interrupted
-/// reads, and few enough that a disk on which each read takes seconds to fail ends the pass within minutes.
+/// Reads in a row that may move nothing before the library counts as ended. More than a run of interrupted
+/// reads is likely to be, and few enough that a disk on which each read takes seconds to fail ends the pass
+/// within minutes.
 constexpr uint32_t idle_read_limit = 16;
 
 constexpr uint32_t duration_size = 15; // "H:MM:SS.mmm", at most 14 characters
@@ -24,17 +25,6 @@ char* find_tag(char* text, const char* opening, const char* tag) {
         }
     }
     return nullptr;
-}
-
-/// The value of a hexadecimal digit of either case, or -1.
-int hex_digit(char digit) {
-    if (digit >= '0' && digit <= '9') {
-        return digit - '0';
-    }
-    if (digit >= 'A' && digit <= 'F') {
-        return digit - 'A' + 10;
-    }
-    return digit >= 'a' && digit <= 'f' ? digit - 'a' + 10 : -1;
 }
 
 } // namespace
@@ -55,8 +45,9 @@ bool itunes_next_line(PlistScanner* scanner) {
 }
 
 UpnpFile* itunes_open_library(const char* path) {
-    UpnpFileStat status = {};
-    if (upnp_file_stat(path, &status) == 0 && S_ISFIFO(status.mode)) {
+    // Asked without the file layer: a library that is not there is reported once, by the open.
+    struct stat status = {};
+    if (path != nullptr && stat(path, &status) == 0 && S_ISFIFO(status.st_mode)) {
         return nullptr;
     }
     return upnp_file_open_read(path);
@@ -98,8 +89,8 @@ void itunes_url_decode(char* text) {
     char* write = text;
     const char* read = text;
     while (*read != '\0') {
-        if (read[0] == '%' && hex_digit(read[1]) >= 0 && hex_digit(read[2]) >= 0) {
-            *write++ = static_cast<char>(16 * hex_digit(read[1]) + hex_digit(read[2]));
+        if (read[0] == '%' && upnp_hex_digit(read[1]) >= 0 && upnp_hex_digit(read[2]) >= 0) {
+            *write++ = static_cast<char>(16 * upnp_hex_digit(read[1]) + upnp_hex_digit(read[2]));
             read += 3;
         } else if (read[0] == '&' && read[1] == '#') {
             const char* digits = read + 2;

@@ -86,7 +86,7 @@ inline size_t itunes_first_key(uint32_t keys) {
 template <typename Row, size_t count>
 consteval bool itunes_key_table_is_sound(const Row (&rows)[count]) {
     for (size_t index = 0; index < count; ++index) {
-        if (!rows[index].literal.starts_with(itunes_key_tag)) {
+        if (!rows[index].literal.starts_with(itunes_key_tag) || rows[index].literal == itunes_key_tag) {
             return false;
         }
         for (size_t other = 0; other < count; ++other) {

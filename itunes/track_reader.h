@@ -12,13 +12,14 @@
 /// listed. Does nothing for a null library. Yields the processor after every line.
 void itunes_read_track(int32_t track_id, UpnpFile* library, UpnpFile* items);
 
-/// Returns the local path in a decoded file URL as a new text that the caller frees: without "file:" or
-/// "file://localhost", the slash before a drive letter, the host of a network share, and one closing slash,
-/// which is cut off `location` itself. Empty where a location is shorter than its prefix or a share has no
-/// path; null without memory and for a null location.
+/// Returns the local path in a decoded file URL as a new text that the caller frees: without its first 5
+/// characters ("file:"), or 16 where it holds "localhost" ("file://localhost"), the slash before a drive
+/// letter, the host of a network share, and one closing slash, which is cut off `location` itself. Empty
+/// where a location is shorter than its prefix or a share has no path; null without memory and for a null
+/// location.
 [[nodiscard]] char* itunes_location_to_path(char* location);
 
-/// Returns a stamp that grows with the date, for a text like 2008-03-15T10:20:30Z: seconds since 1980 in a
-/// calendar of 31-day months and 366-day years, so that no date needs a look at the calendar. It wraps to
-/// negative numbers late in 2047. A shorter text reads as if filled with NUL characters.
+/// Returns a stamp that grows with the date, for a text like 2008-03-15T10:20:30Z: seconds in a calendar of
+/// its own, of 31-day months and 366-day years, that starts with 1980. It wraps to negative numbers late in
+/// 2047. A shorter text reads as if filled with NUL characters.
 [[nodiscard]] int32_t itunes_modification_stamp(const char* date);

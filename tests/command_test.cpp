@@ -169,8 +169,10 @@ TEST(Command, OutputsThatFailEndNoRunAndSpoilNoFile) {
     write_file("l.xml", library);
     write_file("db/other", "");
     const std::string program = TEST_EMULATOR " " TEST_PROGRAM " -dbdir db -itunes-lib l.xml -logfile ";
+    // Valgrind writes files of its own, so it does not start within such a limit.
+    const std::string limit = program.starts_with("valgrind") ? "" : "ulimit -f 0; ";
     for (const std::string& line : {program + ". >&-", "(sleep 0.2; " + program + ". || echo $? >failed) | true",
-                                    "(ulimit -f 0; " + program + "log)"}) {
+                                    "(" + limit + program + "log)"}) {
         EXPECT_EQ(system(("{ " + line + "; } 2>/dev/null").c_str()), 0) << line;
         EXPECT_EQ(read_file("failed"), "") << line;
         const std::string items = read_file("db/itunes.import.items");

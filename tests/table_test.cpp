@@ -17,7 +17,6 @@
 #include "itunes/plist_scanner.h"
 #include "itunes/track_list.h"
 #include "itunes/track_reader.h"
-#include "server/common/upnp_class.h"
 #include "server/common/upnp_items.h"
 #include "server/common/upnp_property.h"
 #include "server/common/upnp_wpl.h"
@@ -131,17 +130,6 @@ std::string handle_object(const Input& input) {
     return take_listing(copy);
 }
 
-std::string classify(const Input& input) {
-    MediaObject* object = upnp_database_object_add_property(nullptr, 3, upnp_strdup(input.text.c_str()), 0);
-    std::string kinds = upnp_database_object_is_container(object) != 0 ? "c" : "";
-    kinds += upnp_database_object_is_online(object) != 0 ? "o" : "";
-    kinds += upnp_database_object_is_image(object) != 0 ? "i" : "";
-    kinds += upnp_database_object_is_video(object) != 0 ? "v" : "";
-    kinds += upnp_database_object_is_audio(object) != 0 ? "a" : "";
-    upnp_database_object_free(object);
-    return kinds;
-}
-
 std::string name_playlist_file(const Input& input) {
     const TempDir folder;
     const std::string type = input.text.substr(0, 1);
@@ -153,12 +141,10 @@ std::string name_playlist_file(const Input& input) {
 }
 
 std::string check_log(const Input& input) {
-    uint32_t mask = 0;
-    uint32_t category = 0;
-    int32_t level = 0;
-    std::istringstream(input.text) >> mask >> category >> level;
-    upnp_log_set_mask(mask);
-    const int32_t wanted = upnp_log_check(category, static_cast<uint32_t>(level));
+    const std::vector<std::string> words = split(input.text, ' ');
+    upnp_log_set_mask(static_cast<uint32_t>(std::stol(words[0])));
+    const int32_t wanted =
+        upnp_log_check(static_cast<uint32_t>(std::stol(words[1])), static_cast<uint32_t>(std::stol(words[2])));
     upnp_log_set_mask(0);
     return std::to_string(wanted);
 }
@@ -274,7 +260,6 @@ const std::map<std::string, std::function<std::string(Input)>> subjects = {
     {"property_id", [](Input input) { return std::to_string(upnp_database_property_id(input.data())); }},
     {"object", handle_object},
     {"descriptor", describe},
-    {"class", classify},
     {"record", read_record},
     {"read_line", read_lines},
     {"playlist_file", name_playlist_file},

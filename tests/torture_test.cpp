@@ -17,14 +17,7 @@
 
 namespace {
 
-enum class Fault {
-    none,
-    call_once,
-    calls_onward,
-    allocation_once,
-    allocations_onward,
-    kill,
-};
+enum class Fault { none, call_once, calls_onward, allocation_once, allocations_onward, kill };
 
 /// Shared with the children, which count what they do.
 struct Progress {

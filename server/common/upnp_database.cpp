@@ -16,7 +16,9 @@ constexpr uint32_t copy_overhead = 16;                // counted for each copied
 constexpr int64_t recently_added_seconds = 5'270'400; // 61 days, although the property's name says 60
 constexpr int32_t rating_max = 5;
 
-MediaProperty* find_property(MediaObject* object, int16_t id) {
+/// The first node with the id, or null; as constant as the object.
+template <typename Object>
+Object* find_property(Object* object, int16_t id) {
     while (object != nullptr && object->id != id) {
         object = object->next;
     }
@@ -157,10 +159,8 @@ const char* upnp_database_object_get_property(const MediaObject* object, int16_t
         return high_rating(object);
     }
     // dc:creator looks nowhere else: objects without one are listed without a creator, not under the artist.
-    while (object != nullptr && object->id != id) {
-        object = object->next;
-    }
-    return object == nullptr ? nullptr : object->value;
+    const MediaProperty* property = find_property(object, id);
+    return property == nullptr ? nullptr : property->value;
 }
 
 const char* upnp_database_object_get_valid_property(const MediaObject* object, int16_t id) {

@@ -33,8 +33,8 @@ inline constexpr char upnp_deleted_marker[] = ".D.E.L.E.T.E.D.";
                                                              uint32_t borrowed);
 
 /// Sets a numeric property as decimal text, in place of the first one with the id or else as a new one, with
-/// the rules of upnp_database_object_add_property for ratings and, where new, for dates. Missing memory is
-/// logged at level 3.
+/// the rules of upnp_database_object_add_property for ratings and, where new, for dates. Missing memory for
+/// the text is logged at level 3.
 [[nodiscard]] MediaObject* db_object_createobject_set_numprop(MediaObject* object, int16_t id,
                                                               int32_t number);
 

@@ -18,22 +18,14 @@ bool is_written(const MediaProperty* property) {
 
 /// The bytes of one record; reading beyond them gives zeros.
 struct RecordData {
-    const unsigned char* bytes;
+    const char* bytes;
     uint32_t size;
 };
 
+/// The hexadecimal digit at a position; any other character counts as 0.
 uint32_t hex_digit(const RecordData& record, uint32_t position) {
-    const unsigned char digit = position < record.size ? record.bytes[position] : 0;
-    if (digit >= '0' && digit <= '9') {
-        return digit - uint32_t{'0'};
-    }
-    if (digit >= 'A' && digit <= 'F') {
-        return digit - uint32_t{'A'} + 10;
-    }
-    if (digit >= 'a' && digit <= 'f') {
-        return digit - uint32_t{'a'} + 10;
-    }
-    return 0;
+    const char digit = position < record.size ? record.bytes[position] : '0';
+    return static_cast<uint32_t>(std::max(upnp_hex_digit(digit), 0));
 }
 
 /// Returns the `length` bytes at `position` as a new text; null without memory.
@@ -85,7 +77,7 @@ MediaObject* upnp_database_object_create_from_data(const void* data, uint32_t si
     if (data == nullptr || size == 0) {
         return nullptr;
     }
-    const RecordData record = {static_cast<const unsigned char*>(data), size};
+    const RecordData record = {static_cast<const char*>(data), size};
     uint32_t limit = size;
     uint32_t position = 0;
     if (record.bytes[0] == '>') {

@@ -30,9 +30,10 @@ constexpr uint32_t upnp_entry_header_length = 5;
 /// nothing for a null file or where there is no record. The object stays the caller's.
 void upnp_database_object_write(const MediaObject* object, UpnpFile* file);
 
-/// Parses one record of `size` bytes, with or without its marker, into a new object that the caller frees.
-/// Its properties come in the reverse order of the entries, with the rules of adding them. Null for null
-/// data, a size of 0, and a size of 10 or less that begins with the marker. A length greater than the record
-/// is logged as corruption; the entries before it are returned, as they are without memory. Bytes that a
-/// length claims beyond the data read as zeros.
+/// Parses one record of `size` bytes into a new object that the caller frees. Data that begins with '>' is
+/// taken to begin with the marker; nothing more of it is tested. Its properties come in the reverse order of
+/// the entries, with the rules of adding them. Null for null data, a size of 0, and a size of 10 or less that
+/// begins with '>'. A length greater than the record without its marker is logged as corruption; the entries
+/// before it are returned, as they are without memory. Bytes that a length claims beyond the data read as
+/// zeros.
 [[nodiscard]] MediaObject* upnp_database_object_create_from_data(const void* data, uint32_t size);

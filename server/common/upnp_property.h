@@ -7,7 +7,6 @@
 /// Ids that code refers to; the table knows all of them.
 constexpr int16_t upnp_property_class = 3;
 constexpr int16_t upnp_property_title = 20;
-constexpr int16_t upnp_property_creator = 21;
 constexpr int16_t upnp_property_artist = 22;
 constexpr int16_t upnp_property_author = 24;
 constexpr int16_t upnp_property_genre = 25;

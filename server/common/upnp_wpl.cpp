@@ -43,7 +43,7 @@ enum class WriteResult {
     const int length = vsnprintf(text, sizeof text, format, arguments);
     va_end(arguments);
     if (length < 0) {
-        return WriteResult::failed;
+        return WriteResult::cut; // longer than any number tells
     }
     const bool is_cut = length >= static_cast<int>(sizeof text);
     const int kept = is_cut ? static_cast<int>(sizeof text) - 1 : length;

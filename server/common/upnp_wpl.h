@@ -7,8 +7,9 @@
 //     upnp_wpl_write_footer(file);
 //
 // Texts go in byte for byte: nothing is escaped, so a caller that needs well-formed XML passes safe texts.
-// Every operation returns 1 for success and 0 for failure: a null file, a write that took less than the text,
-// or a text that exceeds its 1024-byte buffer, which is cut at 1023 characters and written so.
+// Every operation but the entry with parameters returns 1 for success and 0 for failure: a null file, a write
+// that took less than the text, or a text that exceeds its 1024-byte buffer, which is cut at 1023 characters
+// and written so.
 
 #include <cstdint>
 
