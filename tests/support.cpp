@@ -1,24 +1,14 @@
 #include "tests/support.h"
 
-#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "common/upnp_memory.h"
+
 namespace fs = std::filesystem;
-
-namespace {
-
-std::string shell_quoted(std::string word) {
-    for (size_t quote = 0; (quote = word.find('\'', quote)) != std::string::npos; quote += 4) {
-        word.replace(quote, 1, "'\\''");
-    }
-    return "'" + word + "'";
-}
-
-} // namespace
 
 TempDir::TempDir() : path_((fs::temp_directory_path() / "itunes-import-test-XXXXXX").string()) {
     if (mkdtemp(path_.data()) == nullptr) {
@@ -39,17 +29,13 @@ Tree read_tree(const std::string& folder) {
     Tree tree;
     for (const fs::directory_entry& entry : fs::recursive_directory_iterator(folder)) {
         const std::string path = fs::relative(entry.path(), folder).string();
-        if (entry.is_directory()) {
-            tree[path + "/"] = "";
-        } else {
-            tree[path] = read_file(entry.path());
-        }
+        tree[path + (entry.is_directory() ? "/" : "")] = entry.is_directory() ? "" : read_file(entry.path());
     }
     return tree;
 }
 
 void write_file(const std::string& path, const std::string& bytes) {
-    if (const fs::path parent = fs::path(path).parent_path(); !parent.empty()) { fs::create_directories(parent); }
+    fs::create_directories(fs::absolute(path).parent_path());
     std::ofstream(path, std::ios::binary) << bytes;
 }
 
@@ -59,60 +45,49 @@ std::string read_file(const std::string& path) {
     return bytes.str();
 }
 
-std::string source_path(const std::string& relative) { return std::string(TEST_SOURCE_DIR) + "/" + relative; }
+std::string source_path(const std::string& relative) {
+    return std::string(TEST_SOURCE_DIR) + "/" + relative;
+}
 
-RunResult run_program(const std::string& program, const std::vector<std::string>& arguments) {
+RunResult run_program(const std::string& program, const std::vector<std::string>& arguments,
+                      const std::string& redirection) {
     const std::string here = fs::current_path();
     const TempDir outputs;
-    std::string command = "cd " + shell_quoted(here) + " && " TEST_EMULATOR " " + shell_quoted(program);
-    for (const std::string& argument : arguments) { command += " " + shell_quoted(argument); }
-    const int status = system((command + " >" + outputs.path() + "/out 2>" + outputs.path() + "/err").c_str());
+    std::string command = "cd '" + here + "' && " TEST_EMULATOR " '" + program + "'";
+    for (const std::string& argument : arguments) {
+        command += " '" + argument + "'";
+    }
+    command += " >" + outputs.path() + "/out 2>" + outputs.path() + "/err " + redirection;
+    const int status = system(command.c_str());
     return {WEXITSTATUS(status), read_file("out"), read_file("err")};
 }
 
-RunResult run_import(const std::vector<std::string>& arguments) { return run_program(TEST_PROGRAM, arguments); }
-
 std::string mask_times(const std::string& text) {
-    static const std::string shape = "00:00:00:000 ";
     std::string masked;
-    for (size_t index = 0; index < text.size();) {
-        std::string digits_as_zeros = text.substr(index, shape.size());
-        std::ranges::replace_if(
-            digits_as_zeros, [](unsigned char c) { return isdigit(c) != 0; }, '0');
-        const bool is_time = digits_as_zeros == shape;
-        masked += is_time ? "TIME " : text.substr(index, 1);
-        index += is_time ? shape.size() : 1;
+    for (size_t at = 0; at < text.size();) {
+        int length = 0;
+        if (isdigit(text[at]) != 0) {
+            (void)sscanf(text.c_str() + at, "%*2d:%*2d:%*2d:%*3d%n", &length);
+        }
+        masked += length == 12 ? "TIME" : text.substr(at, 1);
+        at += length == 12 ? 12 : 1;
     }
     return masked;
 }
 
-std::string unescape(const std::string& text) {
-    std::string plain;
-    for (size_t index = 0; index < text.size(); ++index) {
-        if (text[index] != '\\' || ++index == text.size()) {
-            plain += text[index];
-        } else if (text[index] == 'x') {
-            plain += static_cast<char>(std::stoi(text.substr(index + 1, 2), nullptr, 16));
-            index += 2;
-        } else if (text[index] == 'n') {
-            plain += '\n';
-        } else if (text[index] == '*') {
-            size_t digits = 0;
-            const int count = std::stoi(text.substr(index + 1), &digits);
-            index += digits + 1;
-            plain.append(static_cast<size_t>(count), text[index]);
-        } else {
-            plain += text[index];
-        }
+void expect_golden(const std::string& text, const std::string& name) {
+    const std::string golden = read_file(source_path("tests/golden/" + name));
+    EXPECT_FALSE(golden.empty()) << name << " is missing";
+    EXPECT_TRUE(text == golden) << name << " differs";
+    if (text != golden) {
+        write_file(name, text);
     }
-    return plain;
 }
 
-std::vector<std::string> split(const std::string& text, char separator) {
-    std::vector<std::string> pieces;
-    std::istringstream stream(text + separator);
-    for (std::string piece; std::getline(stream, piece, separator);) { pieces.push_back(piece); }
-    return pieces;
+std::string take(char* text) {
+    std::string copy = text == nullptr ? "(none)" : text;
+    upnp_free_unless_null(text);
+    return copy;
 }
 
 std::string take_listing(MediaObject* object) {
@@ -122,4 +97,8 @@ std::string take_listing(MediaObject* object) {
     }
     upnp_database_object_free(object);
     return listing;
+}
+
+int64_t open_files() {
+    return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
 }

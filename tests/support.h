@@ -1,5 +1,5 @@
 #pragma once
-// What the tests share: real files in a fresh folder, whole trees as maps, the built program as a child.
+// What the tests share: real files in a fresh folder, whole trees as maps, the built programs as children.
 
 #include <gtest/gtest.h>
 
@@ -39,10 +39,8 @@ struct RunResult {
     std::string out;
     std::string err;
 };
-RunResult run_program(const std::string& program, const std::vector<std::string>& arguments);
-
-/// Runs the built itunes-import.
-RunResult run_import(const std::vector<std::string>& arguments);
+RunResult run_program(const std::string& program, const std::vector<std::string>& arguments,
+                      const std::string& redirection = ""); // of standard input, as the shell writes it
 
 /// The text with every log time replaced by "TIME ".
 std::string mask_times(const std::string& text);
@@ -61,11 +59,23 @@ std::string stderr_of(Work work) {
     return testing::internal::GetCapturedStderr();
 }
 
-/// The text that an escaped one stands for: \xHH is a byte, \n a line feed, \*Nc the character c N times,
-/// \\ a backslash.
-std::string unescape(const std::string& text);
+/// Texts and what comes of each, as a function of one text answers.
+using Answers = std::vector<std::pair<std::string, std::string>>;
+template <typename Function>
+void expect_answers(const Answers& answers, Function function) {
+    for (const auto& [given, answer] : answers) {
+        EXPECT_EQ(function(given), answer) << "given " << given;
+    }
+}
 
-std::vector<std::string> split(const std::string& text, char separator);
+/// Compares with a file of tests/golden/; what came out where they differ is left beside the test program.
+void expect_golden(const std::string& text, const std::string& name);
+
+/// The text, which is freed, or "(none)".
+std::string take(char* text);
 
 /// The object as "id=value " words, first to last; the object is freed.
 std::string take_listing(MediaObject* object);
+
+/// The number of files that this process has open.
+int64_t open_files();
