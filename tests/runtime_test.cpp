@@ -2,6 +2,8 @@
 
 #include "tests/support.h"
 
+#include <algorithm>
+
 #include "common/upnp_dirwalk.h"
 #include "common/upnp_log.h"
 #include "common/upnp_memory.h"
@@ -11,6 +13,7 @@
 #include "itunes/command_line.h"
 #include "itunes/folder_list.h"
 #include "itunes/import_commit.h"
+#include "itunes/import_driver.h"
 #include "itunes/library_setting.h"
 #include "itunes/library_walk.h"
 #include "itunes/playlist_file.h"
@@ -24,20 +27,14 @@
 TEST(Memory, CountsWhatIsInUse) {
     upnp_mem_init();
     const int32_t before = upnp_mem_in_use();
-    const int32_t peak_before = upnp_mem_peak();
-    void* none = upnp_malloc(0);
-    void* other = upnp_malloc(0);
-    char* text = upnp_strdup("seven..");
-    EXPECT_NE(none, other);
-    EXPECT_EQ(upnp_mem_in_use(), before + 8);
-    void* large = upnp_malloc(50'000'000);
-    EXPECT_EQ(reinterpret_cast<uintptr_t>(large) % 8, 0U);
-    const int32_t peak = std::max(peak_before, before + 8 + 50'000'000);
-    for (void* block : {none, other, static_cast<void*>(text), large}) {
-        upnp_free(block);
-        EXPECT_EQ(upnp_mem_peak(), peak);
-    }
+    const int32_t peak = std::max(upnp_mem_peak(), before + 50'000'008);
+    void* blocks[] = {upnp_malloc(0), upnp_malloc(0), upnp_strdup("seven.."), upnp_malloc(50'000'000)};
+    EXPECT_NE(blocks[0], blocks[1]);
+    EXPECT_EQ(reinterpret_cast<uintptr_t>(blocks[3]) % 8, 0U);
+    EXPECT_EQ(upnp_mem_in_use(), before + 50'000'008);
+    std::ranges::for_each(blocks, upnp_free);
     EXPECT_EQ(upnp_mem_in_use(), before);
+    EXPECT_EQ(upnp_mem_peak(), peak);
     EXPECT_EQ(upnp_malloc(UINT32_MAX), nullptr) << "the header does not fit beside it in 32 bits";
     upnp_free(memset(upnp_malloc(64), 'x', 64));
     auto* cleared = static_cast<char*>(upnp_calloc(4, 16));
@@ -51,12 +48,11 @@ TEST(Memory, NotesWhatItDoesWithoutItsLock) {
     void* block = nullptr;
     EXPECT_EQ(stderr_of([&] { block = upnp_malloc(1); }),
               "upnp_malloc: MemCriticalSection not initialized\n");
-    EXPECT_EQ(stderr_of([] { upnp_free(upnp_malloc(1)); }), "");
+    EXPECT_EQ(stderr_of([] { upnp_free(upnp_malloc(1)), upnp_free_unless_null(nullptr); }), "");
     upnp_mem_close();
-    EXPECT_EQ(stderr_of([&] { upnp_free(block); }),
-              "upnp_free: MemCriticalSection not initialized when upnp_free called\n");
-    EXPECT_EQ(stderr_of([] { upnp_free(nullptr); }), "upnp_free: NULL pointer\n");
-    EXPECT_EQ(stderr_of([] { upnp_free_unless_null(nullptr); }), "");
+    EXPECT_EQ(stderr_of([&] { upnp_free(block), upnp_free(nullptr); }),
+              "upnp_free: MemCriticalSection not initialized when upnp_free called\n"
+              "upnp_free: NULL pointer\n");
     EXPECT_EQ(upnp_mem_in_use(), before);
     upnp_mem_init();
 }
@@ -64,8 +60,8 @@ TEST(Memory, NotesWhatItDoesWithoutItsLock) {
 TEST(String, GrowsToTwiceItsSizeOrMore) {
     const auto appended = [](upnp_string_t* buffer, const char* text) {
         buffer = upnp_string_append(buffer, text);
-        std::string all =
-            std::to_string(buffer->capacity) + " " + std::to_string(buffer->length) + " " + buffer->data;
+        const auto numbers = std::to_string(buffer->capacity) + " " + std::to_string(buffer->length) + " ";
+        const std::string all = numbers + buffer->data;
         upnp_string_free(buffer);
         return all;
     };
@@ -77,7 +73,7 @@ TEST(String, GrowsToTwiceItsSizeOrMore) {
     EXPECT_EQ(appended(upnp_string_new("", 0), "abc"), "4 3 abc");
     EXPECT_EQ(appended(nullptr, "abc"), "259 3 abc");
     EXPECT_EQ(appended(nullptr, nullptr), "256 0 ");
-    for (const uint32_t capacity : {5U, 10U}) { // with and without growth
+    for (const uint32_t capacity : {5U, 10U}) { // its own text, with and without growth
         upnp_string_t* twice = upnp_string_new("four", capacity);
         EXPECT_EQ(appended(twice, twice->data), "10 8 fourfour");
     }
@@ -88,14 +84,13 @@ TEST(String, GrowsToTwiceItsSizeOrMore) {
 }
 
 TEST(Text, IsCutAtItsBuffer) {
+    using namespace std::string_literals;
+    const wchar_t beyond[] = {0x7FFFFFFF, 0};
     char buffer[] = "12345678";
     EXPECT_EQ(upnp_format(buffer, 4, "%s", "abcd"), 4);
-    EXPECT_EQ(std::string(buffer, 8), std::string("abc\0"
-                                                  "5678",
-                                                  8));
-    upnp_copy_text(buffer, 8, "abcdefgh");
-    EXPECT_EQ(std::string(buffer, 9), std::string("abcdefg\0\0", 9));
-    const wchar_t beyond[] = {0x7FFFFFFF, 0};
+    EXPECT_EQ(std::string(buffer, 8), "abc\0005678"s);
+    upnp_copy_text(buffer, 4, "ABCD");
+    EXPECT_EQ(std::string(buffer, 8), "ABC\0005678"s);
     EXPECT_EQ(upnp_format(buffer, 8, "ab%ls", beyond), 0) << "no encoding has such a character";
     EXPECT_STREQ(buffer, "");
 }
@@ -104,16 +99,13 @@ TEST(Mutex, LetsItsOwnerInAgainAndOthersWait) {
     static upnp_mutex_t mutex;
     upnp_mutex_init(&mutex);
     const auto is_free = [] { // for anybody who does not look at the owner
-        const bool taken = pthread_mutex_trylock(&mutex.mutex) == 0;
-        return taken && pthread_mutex_unlock(&mutex.mutex) == 0;
+        return pthread_mutex_trylock(&mutex.mutex) == 0 && pthread_mutex_unlock(&mutex.mutex) == 0;
     };
     for (int round = 0; round < 2; ++round) {
-        EXPECT_TRUE(is_free());
-        EXPECT_EQ(mutex.owner, 0U);
+        EXPECT_TRUE(is_free() && mutex.owner == 0);
         for (int entries = 0; entries < 3; ++entries) {
             upnp_mutex_lock(&mutex);
-            EXPECT_EQ(mutex.owner, pthread_self());
-            EXPECT_EQ(mutex.recursion_count, entries);
+            EXPECT_TRUE(mutex.owner == pthread_self() && mutex.recursion_count == entries);
         }
         for (int entries = 3; entries > 0; --entries) {
             EXPECT_FALSE(is_free());
@@ -126,16 +118,19 @@ TEST(Mutex, LetsItsOwnerInAgainAndOthersWait) {
 TEST(NullArguments, AreRefusedEverywhere) {
     const int32_t before = upnp_mem_in_use();
     char t[] = "text";
+    char* words[] = {t, t};
+    char line[] = "<string>x</string>";
+    const char* no_format = nullptr;
     ImportOptions options = {};
     UpnpFileStat status = {};
     UpnpFile file = {-1, 9, 0, nullptr};
     const WplMedia no_source = {nullptr, nullptr, 0};
-    MediaObject none = {1, 1, nullptr, nullptr};
+    MediaObject no_value = {1, 1, nullptr, nullptr};
     const void* nulls[] = {upnp_file_open_write(nullptr),
                            upnp_file_open_read(nullptr),
                            upnp_file_open_append(nullptr),
                            upnp_file_read_line(nullptr, 1, &file),
-                           upnp_file_read_line(t, sizeof t, nullptr),
+                           upnp_file_read_line(t, 1, nullptr),
                            upnp_dir_open(nullptr),
                            upnp_dir_next(nullptr),
                            upnp_strdup(nullptr),
@@ -143,26 +138,25 @@ TEST(NullArguments, AreRefusedEverywhere) {
                            upnp_database_object_set_property(nullptr, 1, nullptr, 0),
                            upnp_database_object_remove_property(nullptr, 1),
                            upnp_database_object_get_property(nullptr, 1),
-                           upnp_database_object_get_valid_property(&none, 1),
+                           upnp_database_object_get_valid_property(&no_value, 1),
                            upnp_database_object_copy(nullptr, nullptr),
-                           upnp_database_object_copy(&none, nullptr),
+                           upnp_database_object_copy(&no_value, nullptr),
                            upnp_database_object_serialize(nullptr),
                            upnp_database_object_create_from_data(nullptr, 9),
                            upnp_database_object_create_from_data("14001a", 0),
                            itunes_get_value(nullptr, "string"),
-                           itunes_get_value(t, nullptr),
+                           itunes_get_value(line, nullptr),
                            itunes_location_to_path(nullptr),
                            itunes_open_library(nullptr),
                            itunes_folder_list_find(nullptr),
                            itunes_playlist_file_open(nullptr, 0, "M", "name", 0),
                            itunes_playlist_file_open(".", 0, "M", nullptr, 0),
                            itunes_playlist_file_open(".", 0, nullptr, "name", 0)};
-    for (size_t index = 0; index < std::size(nulls); ++index) {
-        EXPECT_EQ(nulls[index], nullptr) << index;
-    }
+    EXPECT_EQ(std::ranges::count(nulls, nullptr), std::ssize(nulls)) << testing::PrintToString(nulls);
     const int64_t zeros[] = {upnp_file_exists(nullptr),
                              upnp_format(nullptr, 9, "x"),
                              upnp_format(t, 0, "x"),
+                             upnp_format(t, 1, no_format),
                              upnp_parse_int32(nullptr),
                              upnp_parse_int64(nullptr),
                              upnp_database_object_get_long(nullptr, 1, 0),
@@ -170,46 +164,41 @@ TEST(NullArguments, AreRefusedEverywhere) {
                              upnp_wpl_write_header(nullptr, "M", "T", "O", 0, 0),
                              upnp_wpl_add_media(nullptr, "s"),
                              upnp_wpl_add_media(&file, nullptr),
+                             upnp_wpl_write_footer(nullptr),
                              upnp_wpl_add_media_params(nullptr, &no_source),
                              upnp_wpl_add_media_params(&file, nullptr),
                              upnp_wpl_add_media_params(&file, &no_source),
-                             upnp_wpl_write_footer(nullptr),
                              itunes_get_integer_value(nullptr, "integer"),
-                             itunes_next_line(nullptr)};
-    for (size_t index = 0; index < std::size(zeros); ++index) {
-        EXPECT_EQ(zeros[index], 0) << index;
-    }
-    EXPECT_EQ(upnp_file_at_end(nullptr), 1);
+                             itunes_next_line(nullptr),
+                             upnp_file_at_end(nullptr) - 1};
+    EXPECT_EQ(std::ranges::count(zeros, 0), std::ssize(zeros)) << testing::PrintToString(zeros);
     const int32_t failures[] = {upnp_file_write(nullptr, t, 1),   upnp_file_write(&file, nullptr, 1),
                                 upnp_file_stat(nullptr, &status), upnp_file_stat(t, nullptr),
                                 upnp_file_rename(nullptr, t),     upnp_file_rename(t, nullptr),
                                 upnp_file_unlink(nullptr),        upnp_dir_unlink(nullptr),
                                 upnp_file_mkdir(nullptr),         upnp_file_create_path(nullptr)};
-    for (size_t index = 0; index < std::size(failures); ++index) {
-        EXPECT_EQ(failures[index], -1) << index;
-    }
+    EXPECT_EQ(std::ranges::count(failures, -1), std::ssize(failures)) << testing::PrintToString(failures);
     EXPECT_EQ(import_scan_command_line(2, nullptr, &options), CommandLineResult::unusable);
-    EXPECT_EQ(import_scan_command_line(0, nullptr, nullptr), CommandLineResult::unusable);
-    const auto prints = [](auto... calls) {
-        return stdout_of([&] { (calls(), ...); }) + stderr_of([&] { (calls(), ...); });
+    EXPECT_EQ(import_scan_command_line(2, words, nullptr), CommandLineResult::unusable);
+    const auto work = [&] {
+        upnp_copy_text(nullptr, 9, t), upnp_copy_text(t, 0, "x"), upnp_copy_text(t, 1, nullptr);
+        upnp_file_close(nullptr), upnp_file_sync(nullptr), upnp_dir_close(nullptr), upnp_string_free(nullptr);
+        upnp_database_object_free(nullptr), itunes_url_decode(nullptr), upnp_mutex_init(nullptr);
+        upnp_mutex_lock(nullptr), upnp_mutex_unlock(nullptr), upnp_mutex_destroy(nullptr);
+        import_write_library_setting(nullptr), import_remove_library_temp_files(nullptr);
+        upnp_log_write_raw(nullptr), import_move_files(nullptr, ".", "."),
+            import_move_files("x", nullptr, ".");
+        import_move_files("x", ".", nullptr), itunes_read_track(1, nullptr, nullptr);
+        itunes_playlist_export(nullptr), upnp_database_object_write(nullptr, nullptr);
+        itunes_read_library(nullptr, nullptr), itunes_read_library("", nullptr);
     };
-    upnp_copy_text(nullptr, 9, t);
-    upnp_copy_text(t, 0, "x");
-    EXPECT_STREQ(t, "text");
-    EXPECT_EQ(prints([] { upnp_file_close(nullptr), upnp_file_sync(nullptr), upnp_dir_close(nullptr); },
-                     [] {
-                         upnp_string_free(nullptr), upnp_database_object_free(nullptr),
-                             itunes_url_decode(nullptr);
-                     },
-                     [] { upnp_mutex_init(nullptr), upnp_mutex_lock(nullptr), upnp_mutex_unlock(nullptr); },
-                     [] { upnp_mutex_destroy(nullptr), import_write_library_setting(nullptr); },
-                     [] { upnp_log_write_raw(nullptr), import_remove_library_temp_files(nullptr); },
-                     [] { import_move_files(nullptr, ".", "."), import_move_files("x", nullptr, "."); },
-                     [] { import_move_files("x", ".", nullptr), itunes_read_track(1, nullptr, nullptr); },
-                     [] { itunes_playlist_export(nullptr), upnp_database_object_write(nullptr, nullptr); },
-                     [] { itunes_read_library(nullptr, nullptr), itunes_read_library("", nullptr); }),
-              "");
-    upnp_copy_text(t, sizeof t, nullptr);
-    EXPECT_STREQ(t, "");
+    EXPECT_EQ(stdout_of(work) + stderr_of(work), "");
+    EXPECT_EQ(stderr_of([&] { upnp_log_message(0, no_format, 1); }),
+              "upnp_log_message - LogCriticalSection not initialized! ()\n");
     EXPECT_EQ(upnp_mem_in_use(), before);
+}
+
+TEST(NullArguments, OfTheProgramGiveTheUsage) {
+    EXPECT_TRUE(
+        stdout_of([] { EXPECT_EQ(itunes_import_main(2, nullptr), -1); }).starts_with("usage:  -dbdir"));
 }

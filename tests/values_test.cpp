@@ -8,91 +8,89 @@
 #include "itunes/plist_scanner.h"
 #include "itunes/track_reader.h"
 
+namespace {
+
+std::string value(std::string line) {
+    return take(itunes_get_value(line.data(), "string"));
+}
+
+std::string decoded(std::string text) {
+    itunes_url_decode(text.data());
+    return text.c_str();
+}
+
+std::string path(std::string location) {
+    return take(itunes_location_to_path(location.data()));
+}
+
+std::string duration(int32_t milliseconds) {
+    return take(itunes_format_duration(milliseconds));
+}
+
+} // namespace
+
 TEST(Values, StandBetweenTheFirstOpeningTagAndTheFirstClosingTagAfterIt) {
-    expect_answers({{"<key>Name</key><string>Tom &#38; Jerry</string>", "Tom & Jerry"},
-                    {"<string>a</string><string>b</string>", "a"},
-                    {"</string><string>b</string>", "b"},
-                    {"<string></string>", ""},
-                    {"<string>no end", "(none)"},
-                    {"<strings>x</strings>", "(none)"},
-                    {"<string>x</strings>y</string>", "x</strings>y"},
-                    {"<integer>1</integer>", "(none)"}},
-                   [](std::string line) { return take(itunes_get_value(line.data(), "string")); });
-    expect_answers({{"<integer> -12kg</integer>", "-12"}, {"<string>1</string>", "0"}}, [](std::string line) {
-        return std::to_string(itunes_get_integer_value(line.data(), "integer"));
-    });
+    EXPECT_EQ(value("<key>Name</key><string>Tom &#38; Jerry</string>"), "Tom & Jerry");
+    EXPECT_EQ(value("</string><string>a</strings>b</string><string>c</string>"), "a</strings>b");
+    EXPECT_EQ(value("<string></string>"), "");
+    EXPECT_EQ(value("<string>no end") + value("<strings>x</strings>") + value("<integer>1</integer>"),
+              "(none)(none)(none)");
+    char number[] = "<integer> -12kg</integer>";
+    EXPECT_EQ(itunes_get_integer_value(number, "integer"), -12);
 }
 
 TEST(Values, AreDecodedInPlace) {
-    expect_answers(
-        {{"A&amp;B", "A&amp;B"},
-         {"a/My%20Song+1.mp3", "a/My Song 1.mp3"},
-         {"%e2%82%AC%aF", "\xE2\x82\xAC\xAF"},
-         {"%2541 %26#65;", "%41 &#65;"},
-         {"100%4G %zz %z4 %4z %/0 %:0 %@0 %G0 %`0 %g0 %", "100%4G %zz %z4 %4z %/0 %:0 %@0 %G0 %`0 %g0 %"},
-         {"ends in %4", "ends in %4"},
-         {"a&#59;b;c&d;", "a;b;c&d;"},
-         {"&#x26;gone", ""},
-         {"a%00b", "a"},
-         {"&#321;&#99999999999;.", "A\xFF."},
-         {"&#-191; &# 65 and all that; x", "A A x"},
-         {"open &#66 to the end", "open B"},
-         {"&#", ""}},
-        [](std::string text) { return itunes_url_decode(text.data()), std::string(text.c_str()); });
+    EXPECT_EQ(decoded("A&amp;B My%20Song+1.mp3 %e2%82%AC%aF"), "A&amp;B My Song 1.mp3 \xE2\x82\xAC\xAF");
+    EXPECT_EQ(decoded("%2541 %26#65; a&#59;b;c"), "%41 &#65; a;b;c") << "once";
+    const std::string halves = "100%4G %zz %z4 %4z %/0 %:0 %@0 %G0 %`0 %g0 % %4";
+    EXPECT_EQ(decoded(halves), halves);
+    EXPECT_EQ(decoded("a&#x26;gone") + decoded("b%00gone") + decoded("c&#"), "abc");
+    EXPECT_EQ(decoded("&#321;&#99999999999;&#-191; &# 65 and all that; x"), "A\xFF"
+                                                                            "A A x");
+    EXPECT_EQ(decoded("open &#66 to the end"), "open B");
 }
 
 TEST(Values, ReadAsNumbersOf32BitsThatSaturate) {
-    expect_answers({{"", "0"},
-                    {"x1", "0"},
-                    {" \t\n-12kg", "-12"},
-                    {"+7", "7"},
-                    {"0x10", "0"},
-                    {"2147483647", "2147483647"},
-                    {"2147483648", "2147483647"},
-                    {"-2147483649", "-2147483648"},
-                    {"99999999999999999999999", "2147483647"}},
-                   [](const std::string& text) { return std::to_string(upnp_parse_int32(text.c_str())); });
+    const std::pair<const char*, int32_t> rows[] = {{"", 0},
+                                                    {"x1", 0},
+                                                    {"0x10", 0},
+                                                    {" \t\n-12kg", -12},
+                                                    {"+7", 7},
+                                                    {"2147483646", INT_MAX - 1},
+                                                    {"2147483648", INT_MAX},
+                                                    {"-2147483649", INT_MIN},
+                                                    {"99999999999999999999999", INT_MAX}};
+    for (const auto& [text, number] : rows) {
+        EXPECT_EQ(upnp_parse_int32(text), number) << text;
+    }
 }
 
 TEST(Values, BecomeLocalPaths) {
-    expect_answers({{"file://localhost/Users/anna/A/01 Song.mp3", "/Users/anna/A/01 Song.mp3"},
-                    {"file://localhost/C:/Music/a.mp3", "C:/Music/a.mp3"},
-                    {"file://localhost//nas/music/a.mp3", "/music/a.mp3"},
-                    {"file://localhost\\\\nas\\music\\a.mp3", "\\music\\a.mp3"},
-                    {"file://localhost///music/a.mp3", "/music/a.mp3"},
-                    {"file://localhost/\\nas/a.mp3", "/\\nas/a.mp3"},
-                    {"file:///share/Music/a.mp3", "/share/Music/a.mp3"},
-                    {"file:/share/Music/a.mp3", "/share/Music/a.mp3"},
-                    {"file://localhost/share/Music/Album/", "/share/Music/Album"},
-                    {"file:/music/localhost/a.mp3", "lhost/a.mp3"},
-                    {"file://localhost//nas", ""},
-                    {"file://localhost/", ""},
-                    {"file:", ""},
-                    {"/", ""},
-                    {"", ""},
-                    {"localhost", ""},
-                    {"file:ab:", "b:"}},
-                   [](std::string location) { return take(itunes_location_to_path(location.data())); });
-}
-
-TEST(Values, BecomeStampsOfACalendarOf31DayMonths) { // a digit that is missing counts -48
-    expect_answers(
-        {{"2008-03-15T10:20:30Z", "894795630"},
-         {"1980-00-00T00:00:00", "0"},
-         {"2047-12-31T23:59:59Z", "-2141360897"},
-         {"1980-00-00T00:00:0", "-48"},
-         {"\xFF"
-          "980-00-00T00:00:00",
-          "-1250988032"},
-         {"", "1913210160"}},
-        [](const std::string& date) { return std::to_string(itunes_modification_stamp(date.c_str())); });
-}
-
-TEST(Values, BecomeDurationsOf14Characters) {
-    const std::pair<int32_t, const char*> rows[] = {{0, "0:00:00.000"},       {245000, "0:04:05.000"},
-                                                    {3723004, "1:02:03.004"}, {INT32_MAX, "596:31:23.647"},
-                                                    {-1, "0:00:00.-01"},      {INT32_MIN, "-596:-31:-23.-"}};
-    for (const auto& [milliseconds, duration] : rows) {
-        EXPECT_EQ(take(itunes_format_duration(milliseconds)), duration);
+    EXPECT_EQ(path("file://localhost/Users/anna/A/01 Song.mp3"), "/Users/anna/A/01 Song.mp3");
+    EXPECT_EQ(path("file:///share/Music/Album/"), "/share/Music/Album");
+    EXPECT_EQ(path("file:/music/localhost/a.mp3"), "lhost/a.mp3");
+    EXPECT_EQ(path("file://localhost/C:/Music/a.mp3"), "C:/Music/a.mp3");
+    EXPECT_EQ(path("file://localhost//nas/music/a.mp3"), "/music/a.mp3");
+    EXPECT_EQ(path("file://localhost///music/a.mp3"), "/music/a.mp3");
+    EXPECT_EQ(path("file://localhost\\\\nas\\music\\a.mp3"), "\\music\\a.mp3");
+    EXPECT_EQ(path("file://localhost/\\nas/a.mp3"), "/\\nas/a.mp3");
+    EXPECT_EQ(path("file:ab:"), "b:");
+    for (const char* empty : {"file://localhost//nas", "file://localhost/", "file:", "/", "", "localhost"}) {
+        EXPECT_EQ(path(empty), "") << empty;
     }
+}
+
+TEST(Values, BecomeStampsAndDurations) {
+    EXPECT_EQ(itunes_modification_stamp("2008-03-15T10:20:30Z"), 894795630); // months of 31 days
+    EXPECT_EQ(itunes_modification_stamp("1980-00-00T00:00:00"), 0);
+    EXPECT_EQ(itunes_modification_stamp("2047-12-31T23:59:59Z"), -2141360897);
+    EXPECT_EQ(itunes_modification_stamp("1980-00-00T00:00:0"), -48); // a digit that is missing
+    EXPECT_EQ(itunes_modification_stamp("\xFF"
+                                        "980-00-00T00:00:00"),
+              -1250988032);
+    EXPECT_EQ(itunes_modification_stamp(""), 1913210160);
+    EXPECT_EQ(duration(0) + " " + duration(245000) + " " + duration(3723004),
+              "0:00:00.000 0:04:05.000 1:02:03.004");
+    EXPECT_EQ(duration(INT_MAX) + " " + duration(-1) + " " + duration(INT_MIN),
+              "596:31:23.647 0:00:00.-01 -596:-31:-23.-");
 }
