@@ -1,5 +1,6 @@
 #include "itunes/plist_scanner.h"
 
+#include <cstring>
 #include <sys/stat.h>
 
 #include "common/upnp_memory.h"
@@ -51,6 +52,10 @@ UpnpFile* itunes_open_library(const char* path) {
         return nullptr;
     }
     return upnp_file_open_read(path);
+}
+
+bool itunes_line_holds(const char* line, const char* literal) {
+    return line != nullptr && literal != nullptr && strstr(line, literal) != nullptr;
 }
 
 char* itunes_get_value(char* line, const char* tag) {
