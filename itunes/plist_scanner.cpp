@@ -28,6 +28,25 @@ char* find_tag(char* text, const char* opening, const char* tag) {
     return nullptr;
 }
 
+/// Cuts the line at the value's closing tag and decodes the value where it stands. Null if there is none.
+char* decode_value(char* line, const char* tag) {
+    if (line == nullptr || tag == nullptr) {
+        return nullptr;
+    }
+    char* opening = find_tag(line, "<", tag);
+    if (opening == nullptr) {
+        return nullptr;
+    }
+    char* value = opening + strlen(tag) + 2;
+    char* closing = find_tag(value, "</", tag);
+    if (closing == nullptr) {
+        return nullptr;
+    }
+    *closing = '\0';
+    itunes_url_decode(value);
+    return value;
+}
+
 } // namespace
 
 bool itunes_next_line(PlistScanner* scanner) {
@@ -59,31 +78,11 @@ bool itunes_line_holds(const char* line, const char* literal) {
 }
 
 char* itunes_get_value(char* line, const char* tag) {
-    if (line == nullptr || tag == nullptr) {
-        return nullptr;
-    }
-    char* opening = find_tag(line, "<", tag);
-    if (opening == nullptr) {
-        return nullptr;
-    }
-    char* value = opening + strlen(tag) + 2;
-    char* closing = find_tag(value, "</", tag);
-    if (closing == nullptr) {
-        return nullptr;
-    }
-    *closing = '\0';
-    itunes_url_decode(value);
-    return upnp_strdup(value);
+    return upnp_strdup(decode_value(line, tag));
 }
 
 int32_t itunes_get_integer_value(char* line, const char* tag) {
-    char* value = itunes_get_value(line, tag);
-    if (value == nullptr) {
-        return 0;
-    }
-    const int32_t number = upnp_parse_int32(value);
-    upnp_free(value);
-    return number;
+    return upnp_parse_int32(decode_value(line, tag));
 }
 
 void itunes_url_decode(char* text) {
