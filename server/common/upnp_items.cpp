@@ -10,6 +10,8 @@
 namespace {
 
 constexpr uint32_t header_size = 10; // at most 9 characters of id and length, however large
+static_assert(upnp_record_marker_length <=
+              upnp_entry_header_length); // whoever reads one can test for the other
 
 bool is_written(const MediaProperty* property) {
     return property->value != nullptr && property->value[0] != '\0' &&
@@ -37,7 +39,56 @@ char* copy_value(const RecordData& record, uint32_t position, uint32_t length) {
     return value;
 }
 
+bool is_marker(const char* bytes) {
+    return memcmp(bytes, upnp_record_marker, upnp_record_marker_length) == 0;
+}
+
+/// The bytes of the entry whose header is given, its line feed included; 0 unless the header is all digits.
+uint32_t entry_size(const char* header) {
+    uint32_t length = 0;
+    for (uint32_t index = 0; index < upnp_entry_header_length; ++index) {
+        const int32_t digit = upnp_hex_digit(header[index]);
+        if (digit < 0) {
+            return 0;
+        }
+        length = 16 * length + static_cast<uint32_t>(digit);
+    }
+    return upnp_entry_header_length + length % 0x1000 + 1; // without the two digits of the id
+}
+
 } // namespace
+
+UpnpRecordEnd upnp_database_record_end(const void* data, uint32_t size) {
+    if (data == nullptr || size == 0) {
+        return {0, UpnpRecordEndKind::data_end};
+    }
+    const auto* bytes = static_cast<const char*>(data);
+    if (memcmp(bytes, upnp_record_marker, std::min(size, upnp_record_marker_length)) != 0) {
+        return {0, UpnpRecordEndKind::no_record};
+    }
+    if (size < upnp_record_marker_length) {
+        return {0, UpnpRecordEndKind::cut};
+    }
+    uint32_t position = upnp_record_marker_length;
+    while (size - position >= upnp_entry_header_length) {
+        const char* entry = bytes + position;
+        if (is_marker(entry)) {
+            return {position, UpnpRecordEndKind::marker};
+        }
+        const uint32_t entry_bytes = entry_size(entry);
+        if (entry_bytes == 0) {
+            return {position, UpnpRecordEndKind::no_entry};
+        }
+        if (entry_bytes > size - position) {
+            return {position, UpnpRecordEndKind::cut};
+        }
+        if (entry[entry_bytes - 1] != '\n') {
+            return {position, UpnpRecordEndKind::open_value};
+        }
+        position += entry_bytes;
+    }
+    return {position, position == size ? UpnpRecordEndKind::data_end : UpnpRecordEndKind::cut};
+}
 
 upnp_string_t* upnp_database_object_serialize(const MediaObject* object) {
     if (object == nullptr) {
@@ -45,7 +96,8 @@ upnp_string_t* upnp_database_object_serialize(const MediaObject* object) {
     }
     upnp_string_t* record = upnp_string_append(nullptr, upnp_record_marker);
     if (record == nullptr) {
-        return nullptr; // an entry must never start a record of its own, without its marker
+        return nullptr; // appending to null starts a new buffer, so the entries would stand there without a
+                        // marker
     }
     for (; object != nullptr; object = object->next) {
         if (!is_written(object)) {
@@ -84,7 +136,8 @@ MediaObject* upnp_database_object_create_from_data(const void* data, uint32_t si
         if (size <= upnp_record_marker_length + upnp_entry_header_length) {
             return nullptr;
         }
-        // Positions still count from the start of the data: no entry begins in its last five bytes.
+        // The position moves on by the marker and the limit back: no entry is so short that it could begin in
+        // the last five bytes.
         limit = size - upnp_record_marker_length;
         position = upnp_record_marker_length;
     }
