@@ -10,8 +10,9 @@
 namespace {
 
 constexpr uint32_t header_size = 10; // at most 9 characters of id and length, however large
-static_assert(upnp_record_marker_length <=
-              upnp_entry_header_length); // whoever reads one can test for the other
+
+// Where an entry's header can be read, a marker can.
+static_assert(upnp_record_marker_length <= upnp_entry_header_length);
 
 bool is_written(const MediaProperty* property) {
     return property->value != nullptr && property->value[0] != '\0' &&
@@ -54,6 +55,17 @@ uint32_t entry_size(const char* header) {
         length = 16 * length + static_cast<uint32_t>(digit);
     }
     return upnp_entry_header_length + length % 0x1000 + 1; // without the two digits of the id
+}
+
+/// Adds a value read from a record, and frees one that the object does not take: a short date, or one for
+/// which there is no memory.
+MediaObject* add_value(MediaObject* object, int16_t id, char* value) {
+    const bool is_empty = value[0] == '\0'; // adding frees it
+    MediaObject* added = upnp_database_object_add_property(object, id, value, 0);
+    if (added == object && !is_empty) {
+        upnp_free(value);
+    }
+    return added;
 }
 
 } // namespace
@@ -158,7 +170,7 @@ MediaObject* upnp_database_object_create_from_data(const void* data, uint32_t si
         if (value == nullptr) {
             return object;
         }
-        object = upnp_database_object_add_property(object, static_cast<int16_t>(id), value, 0);
+        object = add_value(object, static_cast<int16_t>(id), value);
         position += upnp_entry_header_length + length + 1; // the line feed is skipped unseen
     } while (position < limit);
     return object;
