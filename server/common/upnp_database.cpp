@@ -44,7 +44,7 @@ void clamp_rating(char* value) {
     }
 }
 
-MediaObject* set_numeric_property(MediaObject* object, int16_t id, int32_t number, bool padded) {
+MediaObject* set_decimal(MediaObject* object, int16_t id, int32_t number, bool padded) {
     auto* text = static_cast<char*>(upnp_malloc(number_size));
     if (text == nullptr) {
         if (upnp_log_check(upnp_log_system, 3) != 0) {
@@ -110,11 +110,11 @@ MediaObject* upnp_database_object_add_property(MediaObject* object, int16_t id, 
 }
 
 MediaObject* db_object_createobject_set_numprop(MediaObject* object, int16_t id, int32_t number) {
-    return set_numeric_property(object, id, number, false);
+    return set_decimal(object, id, number, false);
 }
 
 MediaObject* db_object_createobject_set_numprop_padded(MediaObject* object, int16_t id, int32_t number) {
-    return set_numeric_property(object, id, number, true);
+    return set_decimal(object, id, number, true);
 }
 
 MediaObject* upnp_database_object_set_property(MediaObject* object, int16_t id, char* value,
