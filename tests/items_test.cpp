@@ -36,8 +36,8 @@ TEST(Items, PrintsRecordsForPeopleAndForPrograms) {
     check({"--", "i"}, marker + entry("14", long_value) + entry("16", long_value), 0,
           "upnp:artist: " + long_value + "\ndc:title: " + long_value + "\n");
     const std::string items = marker + "CF00244\n03006object\n" + entry("01", marker + "14003x") + "14004Blue\n" +
-                              marker + marker + "CC003abc\n200017\nD0001x\n" + entry("39", "a\x1b[2J\\\"\n\x7f") +
-                              entry("24", "\xC3\xA9\xFF\xC3");
+                              marker + marker + "CC003abc\n210042005\n200017\nD0001x\n" +
+                              entry("39", "a\x1b[2J\\\"\n\x7f") + entry("24", "\xC3\xA9\xFF\xC3");
     check({"i"}, items, 0,
           "dc:title: Blue\nid: >>>>\\x0A14003x\nupnp:class: object\nqx:wav_header_size: 44\n\n(no properties)\n\n"
           "upnp:albumArtURI: \xC3\xA9\xFF\xC3\nupnp:albumArtURI: a\\x1B[2J\\\\\"\\x0A\\x7F\n"
