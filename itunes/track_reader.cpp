@@ -42,15 +42,9 @@ struct TrackReaderState {
     char modification_time_text[number_size]; // likewise
 };
 
-/// Hands a text over to the object. What the store does not keep (a date that is none in full, such as a
-/// year, and any text without memory for its node) is freed here; an empty text it frees itself.
+/// Hands a text over. The object does not keep a date that is none in full, such as a year.
 void add_owned(TrackReaderState* track, int16_t property, char* value) {
-    const bool is_empty = value == nullptr || value[0] == '\0';
-    MediaObject* object = upnp_database_object_add_property(track->object, property, value, 0);
-    if (object == track->object && !is_empty) {
-        upnp_free(value);
-    }
-    track->object = object;
+    track->object = upnp_database_object_give_property(track->object, property, value);
 }
 
 void add_borrowed(TrackReaderState* track, int16_t property, char* value) {

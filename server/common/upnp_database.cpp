@@ -109,6 +109,15 @@ MediaObject* upnp_database_object_add_property(MediaObject* object, int16_t id, 
     return property;
 }
 
+MediaObject* upnp_database_object_give_property(MediaObject* object, int16_t id, char* value) {
+    const bool is_empty = value == nullptr || value[0] == '\0'; // adding frees it
+    MediaObject* added = upnp_database_object_add_property(object, id, value, 0);
+    if (added == object && !is_empty) {
+        upnp_free(value);
+    }
+    return added;
+}
+
 MediaObject* db_object_createobject_set_numprop(MediaObject* object, int16_t id, int32_t number) {
     return set_decimal(object, id, number, false);
 }

@@ -32,6 +32,9 @@ inline constexpr char upnp_deleted_marker[] = ".D.E.L.E.T.E.D.";
 [[nodiscard]] MediaObject* upnp_database_object_add_property(MediaObject* object, int16_t id, char* value,
                                                              uint32_t borrowed);
 
+/// Adds an owned text in the same way, and frees it where the object does not take it.
+[[nodiscard]] MediaObject* upnp_database_object_give_property(MediaObject* object, int16_t id, char* value);
+
 /// Sets a numeric property as decimal text, in place of the first one with the id or else as a new one, with
 /// the rules of upnp_database_object_add_property for ratings and, where new, for dates. Missing memory for
 /// the text is logged at level 3.

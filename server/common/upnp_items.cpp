@@ -57,17 +57,6 @@ uint32_t entry_size(const char* header) {
     return upnp_entry_header_length + length % 0x1000 + 1; // without the two digits of the id
 }
 
-/// Adds a value read from a record, and frees one that the object does not take: a short date, or one for
-/// which there is no memory.
-MediaObject* add_value(MediaObject* object, int16_t id, char* value) {
-    const bool is_empty = value[0] == '\0'; // adding frees it
-    MediaObject* added = upnp_database_object_add_property(object, id, value, 0);
-    if (added == object && !is_empty) {
-        upnp_free(value);
-    }
-    return added;
-}
-
 } // namespace
 
 UpnpRecordEnd upnp_database_record_end(const void* data, uint32_t size) {
@@ -108,8 +97,8 @@ upnp_string_t* upnp_database_object_serialize(const MediaObject* object) {
     }
     upnp_string_t* record = upnp_string_append(nullptr, upnp_record_marker);
     if (record == nullptr) {
-        return nullptr; // appending to null starts a new buffer, so the entries would stand there without a
-                        // marker
+        // Appending to null starts a new buffer: the entries would stand in it without a marker.
+        return nullptr;
     }
     for (; object != nullptr; object = object->next) {
         if (!is_written(object)) {
@@ -170,7 +159,7 @@ MediaObject* upnp_database_object_create_from_data(const void* data, uint32_t si
         if (value == nullptr) {
             return object;
         }
-        object = add_value(object, static_cast<int16_t>(id), value);
+        object = upnp_database_object_give_property(object, static_cast<int16_t>(id), value);
         position += upnp_entry_header_length + length + 1; // the line feed is skipped unseen
     } while (position < limit);
     return object;
