@@ -35,17 +35,36 @@ constexpr mode_t directory_permissions = 0777;
     errno = error;
 }
 
-UpnpFile* new_handle() {
-    return static_cast<UpnpFile*>(upnp_calloc(1, sizeof(UpnpFile)));
-}
-
-/// stat(), with its failure logged.
-int query_status(const char* path, struct stat* status) {
-    const int result = stat(path, status);
-    if (result != 0) {
-        log_failure("LOG_SYSTEM:file_stat error (errno=%d, filename=%s)", errno, path);
+/// Logs a call on a path that failed: `format` takes errno and the path. Hands back the call's result.
+[[gnu::format(printf, 2, 0)]] int logged(int result, const char* format, const char* path) {
+    if (result == -1) {
+        log_failure(format, errno, path);
     }
     return result;
+}
+
+int query_status(const char* path, struct stat* status) {
+    return logged(stat(path, status), "LOG_SYSTEM:file_stat error (errno=%d, filename=%s)", path);
+}
+
+/// A handle on nothing yet; null for a null path and without memory.
+UpnpFile* new_handle(const char* path) {
+    return path == nullptr ? nullptr : static_cast<UpnpFile*>(upnp_calloc(1, sizeof(UpnpFile)));
+}
+
+/// Opens `path` on `file` and returns it. Null where that fails, which is logged as `format` says and
+/// releases the handle, and for a null handle.
+[[gnu::format(printf, 4, 0)]] UpnpFile* open_handle(UpnpFile* file, const char* path, int flags,
+                                                    const char* format) {
+    if (file == nullptr) {
+        return nullptr;
+    }
+    file->descriptor = logged(open(path, flags, file_permissions), format, path);
+    if (file->descriptor == -1) {
+        upnp_free(file);
+        return nullptr;
+    }
+    return file;
 }
 
 /// A relative seek, with its failure logged; the new offset or -1.
@@ -82,34 +101,22 @@ size_t separator_search_start(const char* path) {
 } // namespace
 
 UpnpFile* upnp_file_open_write(const char* path) {
-    UpnpFile* file = nullptr;
-    if (path != nullptr) {
-        file = new_handle();
-        if (file == nullptr) {
-            log_failure("LOG_SYSTEM:upnp_file_open_write Malloc fails on upnp_file_open_write ");
-        } else {
-            file->descriptor = open(path, O_WRONLY | O_CREAT, file_permissions);
-            if (file->descriptor != -1) {
-                return file;
-            }
-            log_failure("LOG_SYSTEM:open_write error (errno=%d,filename=%s) ", errno, path);
-        }
+    UpnpFile* file = new_handle(path);
+    if (file == nullptr && path != nullptr) {
+        log_failure("LOG_SYSTEM:upnp_file_open_write Malloc fails on upnp_file_open_write ");
     }
-    log_failure("LOG_SYSTEM:upnp_file_open_write file open write error \"%s\"",
-                path == nullptr ? "(NULL)" : path);
-    upnp_free_unless_null(file);
-    return nullptr;
+    file = open_handle(file, path, O_WRONLY | O_CREAT, "LOG_SYSTEM:open_write error (errno=%d,filename=%s) ");
+    if (file == nullptr) {
+        log_failure("LOG_SYSTEM:upnp_file_open_write file open write error \"%s\"",
+                    path == nullptr ? "(NULL)" : path);
+    }
+    return file;
 }
 
 UpnpFile* upnp_file_open_read(const char* path) {
-    UpnpFile* file = path == nullptr ? nullptr : new_handle();
+    UpnpFile* file =
+        open_handle(new_handle(path), path, O_RDONLY, "LOG_SYSTEM:open_read error (errno=%d,filename=%s) ");
     if (file == nullptr) {
-        return nullptr;
-    }
-    file->descriptor = open(path, O_RDONLY);
-    if (file->descriptor == -1) {
-        log_failure("LOG_SYSTEM:open_read error (errno=%d,filename=%s) ", errno, path);
-        upnp_free(file);
         return nullptr;
     }
     struct stat status = {};
@@ -122,14 +129,9 @@ UpnpFile* upnp_file_open_read(const char* path) {
 }
 
 UpnpFile* upnp_file_open_append(const char* path) {
-    UpnpFile* file = path == nullptr ? nullptr : new_handle();
+    UpnpFile* file = open_handle(new_handle(path), path, O_RDWR | O_CREAT | O_APPEND,
+                                 "LOG_SYSTEM:open_append error (errno=%d,filename=%s) ");
     if (file == nullptr) {
-        return nullptr;
-    }
-    file->descriptor = open(path, O_RDWR | O_CREAT | O_APPEND, file_permissions);
-    if (file->descriptor == -1) {
-        log_failure("LOG_SYSTEM:open_append error (errno=%d,filename=%s) ", errno, path);
-        upnp_free(file);
         return nullptr;
     }
     struct stat status = {};
@@ -252,33 +254,21 @@ int32_t upnp_file_unlink(const char* path) {
     if (path == nullptr) {
         return -1;
     }
-    const int result = unlink(path);
-    if (result != 0) {
-        log_failure("LOG_SYSTEM:file_unlink error (errno=%d,filename=%s) ", errno, path);
-    }
-    return result;
+    return logged(unlink(path), "LOG_SYSTEM:file_unlink error (errno=%d,filename=%s) ", path);
 }
 
 int32_t upnp_file_mkdir(const char* path) {
     if (path == nullptr) {
         return -1;
     }
-    const int result = mkdir(path, directory_permissions);
-    if (result != 0) {
-        log_failure("LOG_SYSTEM:file_mkdir error (errno=%d,dir=%s) ", errno, path);
-    }
-    return result;
+    return logged(mkdir(path, directory_permissions), "LOG_SYSTEM:file_mkdir error (errno=%d,dir=%s) ", path);
 }
 
 int32_t upnp_dir_unlink(const char* path) {
     if (path == nullptr) {
         return -1;
     }
-    const int result = unlink(path);
-    if (result != 0) {
-        log_failure("LOG_SYSTEM:dir_unlink error (errno=%d,dir=%s) ", errno, path);
-    }
-    return result;
+    return logged(unlink(path), "LOG_SYSTEM:dir_unlink error (errno=%d,dir=%s) ", path);
 }
 
 int32_t upnp_file_create_path(const char* path) {

@@ -1,8 +1,10 @@
 #include "common/upnp_log.h"
 
+#include <atomic>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <sched.h>
 #include <sys/time.h>
 
 #include "common/upnp_fileio.h"
@@ -16,11 +18,57 @@ constexpr uint32_t line_size = 8192; // the time and the message of one line, wi
 constexpr uint32_t time_size = 20;   // "HH:MM:SS"
 constexpr uint32_t path_size = 1024; // the stored path of the log file
 
-upnp_mutex_t LogCriticalSection;
-bool log_initialised = false;
-UpnpFile* log_file = nullptr; // null in console mode
-char log_path[path_size];     // empty while no log file has been opened
-uint32_t log_mask = 0;
+upnp_mutex_t LogCriticalSection; // guards the file, its flag and its path; exists while log_initialised
+UpnpFile* log_file = nullptr;    // null in console mode
+bool log_file_busy = false;      // being written
+char log_path[path_size];        // empty while no log file has been opened
+
+std::atomic<bool> log_initialised = false;
+std::atomic<int32_t> log_users = 0; // threads that are in LogCriticalSection, or about to try
+std::atomic<uint32_t> log_mask = 0;
+
+// Lets one thread at a time create or destroy LogCriticalSection; is there all the time itself.
+constinit upnp_mutex_t log_life = {PTHREAD_MUTEX_INITIALIZER, {}, 0};
+
+/// Enters LogCriticalSection if logging is on. Counted before the flag is looked at: upnp_log_close clears
+/// the flag and then waits for the count, so a section that is entered or waited for is never destroyed.
+bool enter_section() {
+    ++log_users;
+    if (log_initialised) {
+        upnp_mutex_lock(&LogCriticalSection);
+        if (log_initialised) { // else it ended while this thread waited
+            return true;
+        }
+        upnp_mutex_unlock(&LogCriticalSection);
+    }
+    --log_users;
+    return false;
+}
+
+/// Holds LogCriticalSection to the end of the scope, unless logging is off.
+class LogSection {
+public:
+    LogSection() : entered_(enter_section()) {}
+    ~LogSection() {
+        if (entered_) {
+            upnp_mutex_unlock(&LogCriticalSection);
+            --log_users;
+        }
+    }
+    LogSection(const LogSection&) = delete;
+    LogSection& operator=(const LogSection&) = delete;
+    [[nodiscard]] bool entered() const { return entered_; }
+
+private:
+    bool entered_;
+};
+
+/// Goes to console mode, before the close: should that fail, its line must not go to the file.
+void close_log_file() {
+    UpnpFile* file = log_file;
+    log_file = nullptr;
+    upnp_file_close(file);
+}
 
 void create_parent_directories(char* path) {
     char* separator = strrchr(path, '/');
@@ -30,36 +78,27 @@ void create_parent_directories(char* path) {
     }
 }
 
-/// Writes to the log file, or to standard output where there is none. A file that fails is given up.
+/// Writes to the log file, or to standard output where there is none and while it is being written: a failing
+/// write logs itself, and that line must not come back to the file. A file that fails is given up.
 void write_text(const char* text) {
-    UpnpFile* file = log_file;
-    if (file == nullptr) {
+    if (log_file == nullptr || log_file_busy) {
         fputs(text, stdout);
         return;
     }
-    // Detached while it is written: a failing write logs itself, and that line must not come back to the
-    // file.
-    log_file = nullptr;
     const auto length = static_cast<uint32_t>(strlen(text));
-    if (upnp_file_write(file, text, length) == static_cast<int32_t>(length)) {
-        log_file = file;
-        return;
+    log_file_busy = true;
+    const int32_t written = upnp_file_write(log_file, text, length);
+    log_file_busy = false;
+    if (written != static_cast<int32_t>(length)) {
+        close_log_file();
+        printf("can't write log file\n%s", text);
     }
-    upnp_file_close(file);
-    printf("can't write log file\n%s", text);
 }
 
-} // namespace
-
-int32_t upnp_log_init(const char* path) {
+/// Makes the file at `path` the log file, in LogCriticalSection; 1, or 0 as upnp_log_init.
+int32_t open_log_file(const char* path) {
     log_path[0] = '\0';
-    UpnpFile* earlier_file = log_file;
-    log_file = nullptr;
-    upnp_file_close(earlier_file);
-    if (!log_initialised) {
-        upnp_mutex_init(&LogCriticalSection);
-        log_initialised = true;
-    }
+    close_log_file();
     if (path == nullptr) {
         return 1;
     }
@@ -84,16 +123,29 @@ int32_t upnp_log_init(const char* path) {
     return 1;
 }
 
+} // namespace
+
+int32_t upnp_log_init(const char* path) {
+    const UpnpMutexGuard life(&log_life);
+    if (!log_initialised) {
+        upnp_mutex_init(&LogCriticalSection);
+        log_initialised = true;
+    }
+    const LogSection section;
+    return open_log_file(path);
+}
+
 void upnp_log_set_mask(uint32_t mask) {
-    log_mask = mask;
+    log_mask.store(mask, std::memory_order_relaxed);
 }
 
 int32_t upnp_log_check(uint32_t category, uint32_t level) {
-    if (log_mask == 0) {
+    const uint32_t mask = log_mask.load(std::memory_order_relaxed);
+    if (mask == 0) {
         return 0;
     }
     const bool raised = level - 2 <= 2;
-    return raised || (category & ~log_mask) == 0 ? 1 : 0;
+    return raised || (category & ~mask) == 0 ? 1 : 0;
 }
 
 void upnp_log_message(int32_t reserved, const char* format, ...) {
@@ -104,12 +156,12 @@ void upnp_log_message(int32_t reserved, const char* format, ...) {
 }
 
 void upnp_log_message_args(int32_t /*reserved*/, const char* format, va_list arguments) {
-    if (!log_initialised) {
+    const LogSection section;
+    if (!section.entered()) {
         fprintf(stderr, "upnp_log_message - LogCriticalSection not initialized! (%s)\n",
                 format == nullptr ? "" : format);
         return;
     }
-    const UpnpMutexGuard guard(&LogCriticalSection);
     char line[line_size] = {};
     upnp_log_timestamp(line, sizeof line);
     if (format != nullptr) {
@@ -125,12 +177,12 @@ void upnp_log_write_raw(const char* text) {
     if (text == nullptr) {
         return;
     }
-    if (!log_initialised) {
+    const LogSection section;
+    if (section.entered()) {
         write_text(text);
-        return;
+    } else {
+        fputs(text, stdout);
     }
-    const UpnpMutexGuard guard(&LogCriticalSection);
-    write_text(text);
 }
 
 void upnp_log_timestamp(char* buffer, uint32_t size) {
@@ -138,6 +190,7 @@ void upnp_log_timestamp(char* buffer, uint32_t size) {
     gettimeofday(&now, nullptr);
     tm local = {};
     char text[time_size] = {};
+    tzset(); // localtime_r alone need not notice that TZ has changed
     if (localtime_r(&now.tv_sec, &local) != nullptr) {
         strftime(text, sizeof text, "%H:%M:%S", &local);
     }
@@ -145,21 +198,28 @@ void upnp_log_timestamp(char* buffer, uint32_t size) {
 }
 
 void upnp_log_flush() {
-    if (log_file == nullptr) {
-        fflush(stdout);
-    } else {
+    const LogSection section;
+    if (section.entered() && log_file != nullptr) {
         upnp_file_sync(log_file);
+    } else {
+        fflush(stdout);
     }
 }
 
 void upnp_log_close() {
-    if (log_path[0] != '\0') {
-        UpnpFile* file = log_file;
-        log_file = nullptr;
-        upnp_file_close(file);
-    }
-    if (log_initialised) {
-        upnp_mutex_destroy(&LogCriticalSection);
+    const UpnpMutexGuard life(&log_life);
+    {
+        const LogSection section;
+        if (!section.entered()) {
+            return;
+        }
+        if (log_path[0] != '\0') {
+            close_log_file();
+        }
         log_initialised = false;
     }
+    while (log_users != 0) {
+        (void)sched_yield(); // a thread that waited for the section is on its way out
+    }
+    upnp_mutex_destroy(&LogCriticalSection);
 }

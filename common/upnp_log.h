@@ -1,6 +1,7 @@
 #pragma once
 // The process-wide log: one line a message, to standard output (console mode) or to a file. A call site asks
-// first and formats only what is wanted; the logger itself filters nothing:
+// first and formats only what is wanted; the logger itself filters nothing. Every function may be called by
+// any thread at any time: a line is whole, and goes where the log stood when it was written.
 //
 //     if (upnp_log_check(upnp_log_plugin, 1)) {
 //         upnp_log_message(0, "LOG_PLUGIN:itunes-import: %s imported", path);
@@ -47,5 +48,6 @@ void upnp_log_timestamp(char* buffer, uint32_t size);
 /// Flushes standard output in console mode, syncs the log file to disk in file mode.
 void upnp_log_flush();
 
-/// Closes the log file, if any, and ends logging until upnp_log_init is called again.
+/// Closes the log file, if any, and ends logging until upnp_log_init is called again. Waits for a line that
+/// another thread is writing; a line for which a thread still waits then is refused as after the close.
 void upnp_log_close();

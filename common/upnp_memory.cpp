@@ -1,5 +1,6 @@
 #include "common/upnp_memory.h"
 
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -15,12 +16,31 @@ struct BlockHeader {
 static_assert(sizeof(BlockHeader) == 8);
 
 upnp_mutex_t MemCriticalSection;
-bool mem_initialised = false;
+std::atomic<bool> mem_initialised = false;
+
+// Held while MemCriticalSection is created; is there all the time itself.
+constinit upnp_mutex_t mem_creation = {PTHREAD_MUTEX_INITIALIZER, {}, 0};
+
 int32_t bytes_in_use = 0;
 int32_t peak_bytes_in_use = 0;
 
 int32_t wrapping_add(int32_t sum, uint32_t change) {
     return static_cast<int32_t>(static_cast<uint32_t>(sum) + change);
+}
+
+/// MemCriticalSection, or null, on which a guard holds nothing.
+upnp_mutex_t* existing_section() {
+    return mem_initialised.load(std::memory_order_acquire) ? &MemCriticalSection : nullptr;
+}
+
+/// Creates MemCriticalSection, unless another thread was first; `note` goes to standard error if created.
+void create_section(const char* note) {
+    const UpnpMutexGuard guard(&mem_creation);
+    if (existing_section() == nullptr) {
+        fputs(note, stderr);
+        upnp_mutex_init(&MemCriticalSection);
+        mem_initialised.store(true, std::memory_order_release);
+    }
 }
 
 } // namespace
@@ -34,9 +54,8 @@ void* upnp_malloc(uint32_t size) {
         return nullptr;
     }
     header->size = size;
-    if (!mem_initialised) {
-        fputs("upnp_malloc: MemCriticalSection not initialized\n", stderr);
-        upnp_mem_init();
+    if (existing_section() == nullptr) {
+        create_section("upnp_malloc: MemCriticalSection not initialized\n");
     }
     const UpnpMutexGuard guard(&MemCriticalSection);
     bytes_in_use = wrapping_add(bytes_in_use, size);
@@ -52,11 +71,12 @@ void upnp_free(void* block) {
         return;
     }
     BlockHeader* header = static_cast<BlockHeader*>(block) - 1;
-    if (mem_initialised) {
-        const UpnpMutexGuard guard(&MemCriticalSection);
-        bytes_in_use = wrapping_add(bytes_in_use, -header->size);
-    } else {
+    upnp_mutex_t* section = existing_section();
+    if (section == nullptr) {
         fputs("upnp_free: MemCriticalSection not initialized when upnp_free called\n", stderr);
+    }
+    {
+        const UpnpMutexGuard guard(section);
         bytes_in_use = wrapping_add(bytes_in_use, -header->size);
     }
     free(header);
@@ -93,23 +113,22 @@ void* upnp_calloc(uint32_t count, uint32_t size) {
 }
 
 void upnp_mem_init() {
-    if (!mem_initialised) {
-        upnp_mutex_init(&MemCriticalSection);
-        mem_initialised = true;
-    }
+    create_section("");
 }
 
 void upnp_mem_close() {
-    if (mem_initialised) {
+    if (existing_section() != nullptr) {
         upnp_mutex_destroy(&MemCriticalSection);
         mem_initialised = false;
     }
 }
 
 int32_t upnp_mem_in_use() {
+    const UpnpMutexGuard guard(existing_section());
     return bytes_in_use;
 }
 
 int32_t upnp_mem_peak() {
+    const UpnpMutexGuard guard(existing_section());
     return peak_bytes_in_use;
 }

@@ -27,7 +27,8 @@ void upnp_free_unless_null(void* block);
 /// Creates MemCriticalSection; does nothing if it exists.
 void upnp_mem_init();
 
-/// Destroys MemCriticalSection. Later allocations recreate it with their note; frees go on without a lock.
+/// Destroys MemCriticalSection, which no other thread may be using. Later allocations recreate it with their
+/// note; frees go on without a lock.
 void upnp_mem_close();
 
 /// Bytes that live blocks were asked for, headers not counted (a 32-bit sum that wraps), and its peak.

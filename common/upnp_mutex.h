@@ -25,7 +25,7 @@ void upnp_mutex_unlock(upnp_mutex_t* mutex);
 /// Gives up a mutex that nobody holds. upnp_mutex_init makes it usable again.
 void upnp_mutex_destroy(upnp_mutex_t* mutex);
 
-/// Holds the section from here to the end of the scope.
+/// Holds the section from here to the end of the scope; nothing for null.
 class UpnpMutexGuard {
 public:
     explicit UpnpMutexGuard(upnp_mutex_t* mutex) : mutex_(mutex) { upnp_mutex_lock(mutex_); }

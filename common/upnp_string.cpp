@@ -10,7 +10,7 @@ namespace {
 constexpr uint64_t first_slack = 256; // room beyond a new buffer's first text
 
 /// Moves the text to a block of at least `needed` bytes; at least doubling keeps appends amortised constant.
-/// False without memory, the buffer then unchanged.
+/// The caller frees the earlier block. False without memory, the buffer then unchanged.
 bool grow(upnp_string_t* buffer, uint64_t needed) {
     const uint64_t capacity = std::max(needed, uint64_t{2} * buffer->capacity);
     if (capacity > UINT32_MAX) {
@@ -23,7 +23,6 @@ bool grow(upnp_string_t* buffer, uint64_t needed) {
     data[0] = '\0';
     if (buffer->data != nullptr) {
         memcpy(data, buffer->data, size_t{buffer->length} + 1);
-        upnp_free(buffer->data);
     }
     buffer->data = data;
     buffer->capacity = static_cast<uint32_t>(capacity);
@@ -59,11 +58,19 @@ upnp_string_t* upnp_string_append(upnp_string_t* buffer, const char* text) {
         return buffer;
     }
     const uint64_t needed = uint64_t{buffer->length} + added + 1;
-    if (needed > buffer->capacity && !grow(buffer, needed)) {
-        return buffer;
+    char* outgrown = nullptr; // freed last, because the text may be in it
+    if (needed > buffer->capacity) {
+        outgrown = buffer->data;
+        if (!grow(buffer, needed)) {
+            return buffer;
+        }
     }
-    memcpy(buffer->data + buffer->length, text, static_cast<size_t>(added) + 1);
+    memcpy(buffer->data + buffer->length, text, static_cast<size_t>(added));
     buffer->length += static_cast<uint32_t>(added);
+    buffer->data[buffer->length] = '\0';
+    if (outgrown != nullptr) {
+        upnp_free(outgrown);
+    }
     return buffer;
 }
 

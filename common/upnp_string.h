@@ -18,9 +18,10 @@ struct upnp_string_t {
 /// owns it and frees it with upnp_string_free.
 [[nodiscard]] upnp_string_t* upnp_string_new(const char* text, uint32_t capacity);
 
-/// Appends `text`; returns the buffer to use from now on. A null buffer gives a new one with room for the
-/// text and 256 bytes more, or null without memory. Where a growth finds no memory the text is dropped and
-/// the buffer stays as it was: the caller cannot tell, and a record then comes out short.
+/// Appends `text`, which may be in the buffer itself; returns the buffer to use from now on. A null buffer
+/// gives a new one with room for the text and 256 bytes more, or null without memory. Where a growth finds no
+/// memory the text is dropped and the buffer stays as it was: the caller cannot tell, and a record then comes
+/// out short.
 [[nodiscard]] upnp_string_t* upnp_string_append(upnp_string_t* buffer, const char* text);
 
 /// Releases the buffer with its text; null is ignored.

@@ -18,7 +18,11 @@ int32_t upnp_format(char* buffer, uint32_t size, const char* format, ...) {
     va_start(arguments, format);
     const int length = vsnprintf(buffer, size, format, arguments);
     va_end(arguments);
-    return std::max(length, 0);
+    if (length < 0) {
+        buffer[0] = '\0'; // what came before the error
+        return 0;
+    }
+    return length;
 }
 
 void upnp_copy_text(char* buffer, uint32_t size, const char* text) {

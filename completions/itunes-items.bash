@@ -4,6 +4,6 @@
 _itunes_items() {
   local current=${COMP_WORDS[COMP_CWORD]}
   if [[ $current == -* ]]; then
-    mapfile -t COMPREPLY < <(compgen -W '--count --help --version' -- "$current")
+    mapfile -t COMPREPLY < <(compgen -W '--count --json --help --version' -- "$current")
   fi
 } && complete -o default -F _itunes_items itunes-items

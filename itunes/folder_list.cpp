@@ -7,19 +7,20 @@
 namespace {
 
 PlaylistFolder* PlaylistFolderList = nullptr;
-uint32_t path_count = 0; // folder paths built since the process started
 
 } // namespace
 
 void itunes_folder_list_add(int32_t playlist_id, const char* name, const char* persistent_id,
                             const char* parent_persistent_id) {
-    auto* entry = static_cast<PlaylistFolder*>(upnp_malloc(sizeof(PlaylistFolder)));
+    auto* entry = static_cast<PlaylistFolder*>(upnp_calloc(1, sizeof(PlaylistFolder)));
     if (entry == nullptr) {
         return;
     }
-    *entry = {upnp_strdup(persistent_id), upnp_strdup(parent_persistent_id),
-              upnp_strdup(name),          playlist_id,
-              PlaylistFolderList,         0};
+    entry->persistent_id = upnp_strdup(persistent_id);
+    entry->parent_persistent_id = upnp_strdup(parent_persistent_id);
+    entry->name = upnp_strdup(name);
+    entry->playlist_id = playlist_id;
+    entry->next = PlaylistFolderList;
     PlaylistFolderList = entry;
 }
 
@@ -33,10 +34,6 @@ PlaylistFolder* itunes_folder_list_find(const char* persistent_id) {
         entry = entry->next;
     }
     return entry;
-}
-
-uint32_t itunes_folder_list_new_path() {
-    return ++path_count;
 }
 
 void itunes_folder_list_free() {

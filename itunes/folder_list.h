@@ -10,7 +10,11 @@ struct PlaylistFolder {
     char* name;                 // null for none
     int32_t playlist_id;
     PlaylistFolder* next;
-    uint32_t used_in_path; // the last folder path that this entry became part of; 0 for none yet
+    // Kept by the folder paths, which are built once the list is complete.
+    PlaylistFolder* parent; // null for none and while it is not known
+    bool parent_is_known;
+    PlaylistFolder* below; // the entry from which the last path came here
+    uint32_t last_path;    // the number of that path; 0 for none yet
 };
 
 /// Adds an entry in front with copies of the texts, each of which may be null. Without memory for the entry
@@ -18,13 +22,8 @@ struct PlaylistFolder {
 void itunes_folder_list_add(int32_t playlist_id, const char* name, const char* persistent_id,
                             const char* parent_persistent_id);
 
-/// Returns the newest entry with this persistent id, lent until the list is freed, or null. The caller may
-/// change its used_in_path.
+/// Returns the newest entry with this persistent id, borrowed until the list is freed, or null.
 [[nodiscard]] PlaylistFolder* itunes_folder_list_find(const char* persistent_id);
-
-/// Returns the number of a folder path about to be built, for the marks of its entries: one that no entry
-/// bears.
-[[nodiscard]] uint32_t itunes_folder_list_new_path();
 
 /// Frees every entry with its texts and leaves the list empty.
 void itunes_folder_list_free();

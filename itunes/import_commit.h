@@ -4,8 +4,9 @@
 /// Moves every entry of `source_directory` whose name contains `pattern` anywhere to `destination_directory`,
 /// replacing a file of the same name there and nothing else. That one is unlinked first, so it is gone even
 /// where the rename then fails; the entry stays for a later run, the failure is logged by the file layer, and
-/// the next entry follows. Each path is cut at 1023 characters, and "%%" in a source path is read as one '%',
-/// so that such an entry is not found. The two directories must differ.
+/// the next entry follows. Each path is cut at 1023 characters. "%%" in a source path is read as one '%', so
+/// that such an entry stays where it is, and a file that bears the name so read, if there is one, is moved in
+/// its stead and under its name. The two directories must differ.
 void import_move_files(const char* pattern, const char* source_directory, const char* destination_directory);
 
 /// Deletes iTunes' temporary files beside the library: the entries of its directory whose names begin with

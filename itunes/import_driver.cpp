@@ -10,22 +10,26 @@
 #include "itunes/command_line.h"
 #include "itunes/import_commit.h"
 #include "itunes/import_run.h"
-#include "itunes/library_walk.h"
+#include "itunes/import_workspace.h"
 
 namespace {
 
 /// Makes failures of outputs results instead of ends of the run: a pipe whose reader has gone and a file at
-/// the size limit fail their write, and a standard stream that the parent closed is not mistaken for the next
-/// file that is opened.
-void secure_standard_streams() {
+/// the size limit fail their write, and an output that the parent closed is not mistaken for the next file
+/// that is opened. Standard input is left as it is: a library read through it has to fail where it is closed.
+void secure_outputs() {
     (void)signal(SIGPIPE, SIG_IGN);
     (void)signal(SIGXFSZ, SIG_IGN);
-    int descriptor = STDIN_FILENO;
-    while (descriptor >= 0 && descriptor <= STDERR_FILENO) {
-        descriptor = open("/dev/null", O_RDWR);
-    }
-    if (descriptor > STDERR_FILENO) {
-        (void)close(descriptor);
+    constexpr int outputs[] = {STDOUT_FILENO, STDERR_FILENO};
+    for (const int output : outputs) {
+        if (fcntl(output, F_GETFD) != -1) {
+            continue;
+        }
+        const int descriptor = open("/dev/null", O_RDWR);
+        if (descriptor >= 0 && descriptor != output) {
+            (void)dup2(descriptor, output);
+            (void)close(descriptor);
+        }
     }
 }
 
@@ -42,28 +46,6 @@ void report_inaccessible_library() {
     printf("Can not access iTunes library file: %s", import_run.library_path);
 }
 
-/// Makes the temporary directory unless an earlier run left it, which fails harmlessly in one call or the
-/// other.
-void prepare_temp_dir() {
-    UpnpFileStat status = {};
-    if (upnp_file_stat(import_run.temp_dir, &status) != 0) {
-        (void)upnp_file_unlink(import_run.temp_dir); // a dangling link would be in the way
-    }
-    (void)upnp_file_mkdir(import_run.temp_dir);
-}
-
-/// Reads the whole library into the workspace: the items file and the playlist files.
-void import_into_temp_dir() {
-    char temp_items_path[import_path_size];
-    import_run_temp_items_path(temp_items_path);
-    (void)upnp_file_unlink(temp_items_path); // opening does not truncate what an interrupted run left
-    UpnpFile* items = upnp_file_open_write(temp_items_path);
-    if (items != nullptr) {
-        itunes_read_library(import_run.library_path, items);
-        upnp_file_close(items);
-    }
-}
-
 /// Swaps the items file: between the unlink and the rename the server finds none, but never a partial one.
 /// Without a temporary items file it finds none afterwards either.
 void commit_items_file() {
@@ -78,12 +60,14 @@ void commit_items_file() {
 } // namespace
 
 int itunes_import_main(int argc, char** argv) {
-    secure_standard_streams();
+    secure_outputs();
     ImportOptions options = {};
     switch (import_scan_command_line(argc, argv, &options)) {
     case CommandLineResult::import: break;
     case CommandLineResult::init_done: return 0;
-    case CommandLineResult::unusable: import_print_usage(argc > 0 ? argv[0] : nullptr); return -1;
+    case CommandLineResult::unusable:
+        import_print_usage(argc > 0 && argv != nullptr ? argv[0] : nullptr);
+        return -1;
     }
     import_run_resolve(options);
     if (plugin_lines_wanted()) {
@@ -95,7 +79,7 @@ int itunes_import_main(int argc, char** argv) {
         import_print_usage(argv[0]);
         return -1;
     }
-    prepare_temp_dir();
+    import_prepare_temp_dir();
     import_into_temp_dir();
     commit_items_file();
     // Playlists follow the items file that they refer to.

@@ -13,7 +13,7 @@ struct ImportRun {
     char playlist_dir[import_path_size];  // where the playlist files end up
 };
 
-/// What the command line said; null for an option that was not given. The texts are lent.
+/// What the command line said; null for an option that was not given. The texts are borrowed.
 struct ImportOptions {
     const char* dbdir;
     const char* playlist_dir;

@@ -1,9 +1,7 @@
 #include "itunes/library_walk.h"
 
 #include <cstdint>
-#include <cstring>
 #include <sched.h>
-#include <string_view>
 
 #include "common/upnp_memory.h"
 #include "itunes/folder_list.h"
@@ -23,35 +21,6 @@ struct FolderScan {
     char* parent_persistent_id;
     int32_t playlist_id;
 };
-
-enum class FolderKeyKind : uint8_t {
-    not_listed, // invisible, smart and podcast playlists
-    name,
-    playlist_id,
-    persistent_id,
-    parent_persistent_id,
-    folder,
-    items,
-};
-
-struct FolderKey {
-    std::string_view literal;
-    FolderKeyKind kind;
-};
-
-// The first row that a line holds wins.
-constexpr FolderKey folder_keys[] = {
-    {"<key>Visible</key><false/>", FolderKeyKind::not_listed},
-    {"<key>Smart Info</key>", FolderKeyKind::not_listed},
-    {"<key>Podcasts</key><true/>", FolderKeyKind::not_listed},
-    {"<key>Name</key>", FolderKeyKind::name},
-    {"<key>Playlist ID</key>", FolderKeyKind::playlist_id},
-    {"<key>Playlist Persistent ID</key>", FolderKeyKind::persistent_id},
-    {"<key>Parent Persistent ID</key>", FolderKeyKind::parent_persistent_id},
-    {"<key>Folder</key><true/>", FolderKeyKind::folder},
-    {"<key>Playlist Items</key>", FolderKeyKind::items},
-};
-static_assert(itunes_key_table_is_sound(folder_keys));
 
 /// Replaces a gathered text by the line's string; a key without a value leaves none.
 void replace_text(char** text, char* line) {
@@ -78,20 +47,33 @@ void list_folder(FolderScan* scan, bool is_wanted) {
     discard_texts(scan);
 }
 
+/// Invisible, smart and podcast playlists stay out of the list where the key comes before their items.
+bool keeps_out_of_list(const char* line) {
+    return itunes_line_holds(line, "<key>Visible</key><false/>") ||
+           itunes_line_holds(line, "<key>Smart Info</key>") ||
+           itunes_line_holds(line, "<key>Podcasts</key><true/>");
+}
+
+/// Takes what a line tells of a playlist or folder; of several keys on the line the first one here wins.
 void scan_folder_line(FolderScan* scan, char* line) {
-    const uint32_t keys = itunes_keys_in_line(line, folder_keys);
-    if (keys == 0) {
-        return;
-    }
     const bool has_id = scan->persistent_id != nullptr || scan->parent_persistent_id != nullptr;
-    switch (folder_keys[itunes_first_key(keys)].kind) {
-    case FolderKeyKind::not_listed: discard_texts(scan); break;
-    case FolderKeyKind::name: replace_text(&scan->name, line); break;
-    case FolderKeyKind::playlist_id: scan->playlist_id = itunes_get_integer_value(line, "integer"); break;
-    case FolderKeyKind::persistent_id: replace_text(&scan->persistent_id, line); break;
-    case FolderKeyKind::parent_persistent_id: replace_text(&scan->parent_persistent_id, line); break;
-    case FolderKeyKind::folder: list_folder(scan, scan->name != nullptr || has_id); break;
-    case FolderKeyKind::items: list_folder(scan, scan->name != nullptr && has_id); break;
+    if (!itunes_line_holds(line, "<key>")) {
+        return; // most lines of a playlist's items
+    }
+    if (keeps_out_of_list(line)) {
+        discard_texts(scan);
+    } else if (itunes_line_holds(line, "<key>Name</key>")) {
+        replace_text(&scan->name, line);
+    } else if (itunes_line_holds(line, "<key>Playlist ID</key>")) {
+        scan->playlist_id = itunes_get_integer_value(line, "integer");
+    } else if (itunes_line_holds(line, "<key>Playlist Persistent ID</key>")) {
+        replace_text(&scan->persistent_id, line);
+    } else if (itunes_line_holds(line, "<key>Parent Persistent ID</key>")) {
+        replace_text(&scan->parent_persistent_id, line);
+    } else if (itunes_line_holds(line, "<key>Folder</key><true/>")) {
+        list_folder(scan, scan->name != nullptr || has_id);
+    } else if (itunes_line_holds(line, "<key>Playlist Items</key>")) {
+        list_folder(scan, scan->name != nullptr && has_id);
     }
 }
 
@@ -102,7 +84,7 @@ void scan_folders(UpnpFile* library) {
     PlistScanner scanner = {library, 0, {}};
     while (itunes_next_line(&scanner)) {
         (void)sched_yield(); // an import in the background leaves the processor to the server
-        if (strstr(scanner.line, playlists_key) != nullptr) {
+        if (itunes_line_holds(scanner.line, playlists_key)) {
             in_playlists = true;
         } else if (in_playlists) {
             scan_folder_line(&scan, scanner.line);
@@ -116,9 +98,9 @@ void scan_folders(UpnpFile* library) {
 void read_tracks_and_playlists(UpnpFile* library, UpnpFile* items) {
     PlistScanner scanner = {library, 0, {}};
     while (itunes_next_line(&scanner)) {
-        if (strstr(scanner.line, "<key>Track ID</key>") != nullptr) {
+        if (itunes_line_holds(scanner.line, "<key>Track ID</key>")) {
             itunes_read_track(itunes_get_integer_value(scanner.line, "integer"), library, items);
-        } else if (strstr(scanner.line, playlists_key) != nullptr) {
+        } else if (itunes_line_holds(scanner.line, playlists_key)) {
             itunes_playlist_export(library);
             return;
         }

@@ -5,6 +5,7 @@
 #include "common/upnp_fileio.h"
 
 /// Reads the library at `library_path`, appends its tracks to `items` (null: none are written) and writes its
-/// playlists into the run's temporary directory. Does nothing for a null or empty path, or where the library
-/// cannot be opened. Owns the track and folder lists; both are empty afterwards.
+/// playlists into the run's temporary directory. Frees the track and folder lists at its end. For a null or
+/// empty path and where the library cannot be opened it does nothing at all, and leaves the lists as they are
+/// too.
 void itunes_read_library(const char* library_path, UpnpFile* items);

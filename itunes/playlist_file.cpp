@@ -14,10 +14,13 @@ static_assert(sizeof replaced_characters - 1 == 16);
 
 } // namespace
 
-UpnpFile* itunes_playlist_file_open(const char* directory, int32_t /*reserved*/, const char* type,
-                                    const char* name, uint32_t is_network_feed) {
-    if (directory == nullptr || type == nullptr || name == nullptr || name[0] == '\0') {
-        return nullptr;
+void itunes_playlist_file_path(char* path, const char* directory, const char* type, const char* name) {
+    if (path == nullptr) {
+        return;
+    }
+    path[0] = '\0';
+    if (directory == nullptr || type == nullptr || name == nullptr) {
+        return;
     }
     char base_name[base_name_size];
     upnp_format(base_name, sizeof base_name, "%s##%s", name, type);
@@ -25,8 +28,16 @@ UpnpFile* itunes_playlist_file_open(const char* directory, int32_t /*reserved*/,
          character = strpbrk(character + 1, replaced_characters)) {
         *character = '_';
     }
+    upnp_format(path, import_path_size, "%s%ciTunes-playlist-%s.wpl", directory, '/', base_name);
+}
+
+UpnpFile* itunes_playlist_file_open(const char* directory, int32_t /*reserved*/, const char* type,
+                                    const char* name, uint32_t is_network_feed) {
+    if (directory == nullptr || type == nullptr || name == nullptr || name[0] == '\0') {
+        return nullptr;
+    }
     char path[import_path_size];
-    upnp_format(path, sizeof path, "%s%ciTunes-playlist-%s.wpl", directory, '/', base_name);
+    itunes_playlist_file_path(path, directory, type, name);
     (void)upnp_file_unlink(path); // opening does not truncate; mostly there is none
     UpnpFile* file = upnp_file_open_write(path);
     // A null file is passed on too: the header logs it.

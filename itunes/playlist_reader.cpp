@@ -8,7 +8,8 @@
 
 #include "common/upnp_memory.h"
 #include "common/upnp_text.h"
-#include "itunes/folder_list.h"
+#include "itunes/folder_path.h"
+#include "itunes/import_observer.h"
 #include "itunes/import_run.h"
 #include "itunes/playlist_file.h"
 #include "itunes/plist_scanner.h"
@@ -17,7 +18,7 @@
 
 namespace {
 
-constexpr uint32_t text_size = 1024; // a name, a folder path or a persistent id
+constexpr uint32_t text_size = itunes_folder_path_size; // a name, a folder path or a persistent id
 
 constexpr char music_type[] = "M";
 constexpr char video_type[] = "V";
@@ -28,41 +29,26 @@ constexpr char skipped_name[] = "smartplaylist";
 constexpr std::string_view skipped_names[] = {skipped_name, "Library", "Recently Added", "Music", "Podcasts"};
 constexpr std::string_view video_extensions[] = {".mov", ".mp4", ".m4v"};
 
-enum PlaylistKeyRow : uint32_t {
-    row_name,
-    row_persistent_id,
-    row_videos,
-    row_distinguished_kind,
-    row_smart_info,
-    row_track_id,
+/// What an observer is told of a playlist, in the making. The reader's own steps do not depend on it.
+struct PlaylistTally {
+    bool is_begun; // a Name line has been met
+    PlaylistOutcome outcome;
+    uint32_t items;
+    uint32_t entries;
+    bool in_item; // the next end of a dictionary is an item's
+    bool is_over; // its dictionary has ended: keys belong to the next one, whose Name may come late
+    char title[text_size];
+    char file_path[import_path_size];
 };
-
-struct PlaylistKey {
-    std::string_view literal;
-};
-
-constexpr PlaylistKey playlist_keys[] = {
-    {"<key>Name</key>"},                   // row_name
-    {"<key>Playlist Persistent ID</key>"}, // row_persistent_id
-    {"<key>Videos</key><true/>"},          // row_videos
-    {"<key>Distinguished Kind</key>"},     // row_distinguished_kind
-    {"<key>Smart Info</key>"},             // row_smart_info
-    {"<key>Track ID</key>"},               // row_track_id
-};
-static_assert(itunes_key_table_is_sound(playlist_keys));
-static_assert(sizeof playlist_keys / sizeof playlist_keys[0] == row_track_id + 1);
 
 struct PlaylistState {
     char name[text_size];          // the playlist's name; its folder path once a file has been asked for
-    char persistent_id[text_size]; // the playlist's, or the last one that a folder walk reached
+    char persistent_id[text_size]; // the playlist's, or the last one that a folder path led to
     const char* type;              // goes back to music with every attempt to open a file, not before
     bool pending;                  // the next playable track begins a new file
     UpnpFile* output;              // the file being written, or null
+    PlaylistTally tally;
 };
-
-bool holds(uint32_t keys, PlaylistKeyRow row) {
-    return (keys >> row & 1) != 0;
-}
 
 /// Copies the line's string into a buffer of the state, which keeps its text where there is none.
 void read_text(char* buffer, char* line) {
@@ -83,40 +69,61 @@ bool is_video_file(const char* path) {
            std::ranges::find(video_extensions, extension) != std::end(video_extensions);
 }
 
-void put_folder_in_front(PlaylistState* state, const char* folder_name) {
-    char path[text_size];
-    if (state->name[0] == '\0') {
-        upnp_copy_text(path, sizeof path, folder_name);
-    } else {
-        upnp_format(path, sizeof path, "%s/%s", folder_name, state->name);
+/// Tells the observer, if there is one, of the playlist that has ended.
+void report_playlist(const PlaylistTally* tally) {
+    if (import_observer == nullptr || !tally->is_begun) {
+        return;
     }
-    upnp_copy_text(state->name, sizeof state->name, path);
+    const PlaylistReport report = {tally->outcome, tally->title, tally->file_path, tally->items,
+                                   tally->entries};
+    import_observer->on_playlist(import_observer->context, &report);
 }
 
-/// Makes the state's name the folder path: the names of the folders from the outermost one down to the
-/// playlist's own, joined by '/'. Empty where the folder list does not know the playlist. An entry that comes
-/// round again in a circle of parents ends the path.
-void build_folder_path(PlaylistState* state) {
-    const uint32_t path_number = itunes_folder_list_new_path();
-    state->name[0] = '\0';
-    PlaylistFolder* folder = itunes_folder_list_find(state->persistent_id);
-    while (folder != nullptr && folder->used_in_path != path_number) {
-        folder->used_in_path = path_number;
-        if (folder->name != nullptr) {
-            put_folder_in_front(state, folder->name);
-        }
-        const char* parent = folder->parent_persistent_id;
-        if (parent == nullptr || strcmp(parent, state->persistent_id) == 0) {
-            break;
-        }
-        upnp_copy_text(state->persistent_id, sizeof state->persistent_id, parent);
-        folder = itunes_folder_list_find(state->persistent_id);
+void begin_tally(PlaylistState* state) {
+    PlaylistTally* tally = &state->tally;
+    report_playlist(tally);
+    *tally = {};
+    tally->is_begun = true;
+    tally->outcome = is_skipped(state) ? PlaylistOutcome::reserved_name : PlaylistOutcome::nothing_to_play;
+    upnp_copy_text(tally->title, sizeof tally->title, state->name);
+}
+
+/// Notes why a playlist is not exported: the first key says it, a name only where no key does.
+void tally_exclusion(PlaylistTally* tally, PlaylistOutcome outcome) {
+    const bool is_open = tally->outcome == PlaylistOutcome::reserved_name ||
+                         tally->outcome == PlaylistOutcome::nothing_to_play;
+    if (is_open && tally->items == 0 && !tally->is_over) {
+        tally->outcome = outcome;
+    }
+}
+
+/// Notes where the playlist's dictionary ends: at the first end that is not an item's.
+void tally_dictionary(PlaylistTally* tally, const char* line) {
+    if (itunes_line_holds(line, "<key>Track ID</key>")) {
+        tally->in_item = true;
+    }
+    if (itunes_line_holds(line, "</dict>")) {
+        tally->is_over = tally->is_over || !tally->in_item;
+        tally->in_item = false;
+    }
+}
+
+void tally_file(PlaylistState* state) {
+    PlaylistTally* tally = &state->tally;
+    tally->outcome = state->output != nullptr ? PlaylistOutcome::file
+                     : state->name[0] == '\0' ? PlaylistOutcome::not_listed
+                                              : PlaylistOutcome::not_writable;
+    if (state->name[0] != '\0') {
+        upnp_copy_text(tally->title, sizeof tally->title, state->name);
+        itunes_playlist_file_path(tally->file_path, import_run.temp_dir, state->type, state->name);
     }
 }
 
 void close_output(PlaylistState* state) {
     if (state->output != nullptr) {
         (void)upnp_wpl_write_footer(state->output); // a failed write is logged by the file layer
+        upnp_file_sync(
+            state->output); // the move unlinks an earlier file: this one has to be on the disk by then
         upnp_file_close(state->output);
         state->output = nullptr;
     }
@@ -127,9 +134,10 @@ void open_output(PlaylistState* state, const char* path) {
     if (is_video_file(path)) {
         state->type = video_type;
     }
-    build_folder_path(state);
+    itunes_folder_path(state->name, state->persistent_id);
     close_output(state);
     state->output = itunes_playlist_file_open(import_run.temp_dir, 0, state->type, state->name, 0);
+    tally_file(state);
     state->type = music_type;
 }
 
@@ -143,7 +151,40 @@ void add_item(PlaylistState* state, char* line) {
         open_output(state, track->location);
     }
     (void)upnp_wpl_add_media(state->output, track->location); // dropped where the file could not be opened
+    state->tally.entries += state->output != nullptr ? 1 : 0;
     state->pending = false;
+}
+
+/// Any line but those that name a playlist or give its id or type.
+void read_other_line(PlaylistState* state, char* line) {
+    if (itunes_line_holds(line, "<key>Distinguished Kind</key>")) {
+        upnp_copy_text(state->name, sizeof state->name, skipped_name);
+        tally_exclusion(&state->tally, PlaylistOutcome::built_in);
+    }
+    if (itunes_line_holds(line, "<key>Smart Info</key>")) {
+        upnp_copy_text(state->name, sizeof state->name, skipped_name);
+        tally_exclusion(&state->tally, PlaylistOutcome::smart);
+    }
+    if (itunes_line_holds(line, "<key>Track ID</key>")) {
+        ++state->tally.items;
+        if (!is_skipped(state)) {
+            add_item(state, line);
+        }
+    }
+}
+
+void read_line(PlaylistState* state, char* line) {
+    if (itunes_line_holds(line, "<key>Name</key>")) {
+        state->pending = true;
+        read_text(state->name, line);
+        begin_tally(state);
+    } else if (itunes_line_holds(line, "<key>Playlist Persistent ID</key>")) {
+        read_text(state->persistent_id, line);
+    } else if (itunes_line_holds(line, "<key>Videos</key><true/>")) {
+        state->type = video_type;
+    } else {
+        read_other_line(state, line);
+    }
 }
 
 } // namespace
@@ -156,22 +197,13 @@ void itunes_playlist_export(UpnpFile* library) {
     state.type = music_type;
     PlistScanner scanner = {library, 0, {}};
     while (itunes_next_line(&scanner)) {
-        const uint32_t keys = itunes_keys_in_line(scanner.line, playlist_keys);
-        if (holds(keys, row_name)) {
-            state.pending = true;
-            read_text(state.name, scanner.line);
-        } else if (holds(keys, row_persistent_id)) {
-            read_text(state.persistent_id, scanner.line);
-        } else if (holds(keys, row_videos)) {
-            state.type = video_type;
-        } else {
-            if (holds(keys, row_distinguished_kind) || holds(keys, row_smart_info)) {
-                upnp_copy_text(state.name, sizeof state.name, skipped_name);
-            }
-            if (holds(keys, row_track_id) && !is_skipped(&state)) {
-                add_item(&state, scanner.line);
-            }
+        if (import_observer != nullptr) {
+            tally_dictionary(&state.tally, scanner.line);
+        }
+        if (itunes_line_holds(scanner.line, "<key>")) { // not so most lines of a playlist's items
+            read_line(&state, scanner.line);
         }
     }
     close_output(&state);
+    report_playlist(&state.tally);
 }

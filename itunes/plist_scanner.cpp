@@ -1,5 +1,6 @@
 #include "itunes/plist_scanner.h"
 
+#include <cstring>
 #include <sys/stat.h>
 
 #include "common/upnp_memory.h"
@@ -25,6 +26,25 @@ char* find_tag(char* text, const char* opening, const char* tag) {
         }
     }
     return nullptr;
+}
+
+/// Cuts the line at the value's closing tag and decodes the value where it stands. Null if there is none.
+char* decode_value(char* line, const char* tag) {
+    if (line == nullptr || tag == nullptr) {
+        return nullptr;
+    }
+    char* opening = find_tag(line, "<", tag);
+    if (opening == nullptr) {
+        return nullptr;
+    }
+    char* value = opening + strlen(tag) + 2;
+    char* closing = find_tag(value, "</", tag);
+    if (closing == nullptr) {
+        return nullptr;
+    }
+    *closing = '\0';
+    itunes_url_decode(value);
+    return value;
 }
 
 } // namespace
@@ -53,32 +73,16 @@ UpnpFile* itunes_open_library(const char* path) {
     return upnp_file_open_read(path);
 }
 
+bool itunes_line_holds(const char* line, const char* literal) {
+    return line != nullptr && literal != nullptr && strstr(line, literal) != nullptr;
+}
+
 char* itunes_get_value(char* line, const char* tag) {
-    if (line == nullptr || tag == nullptr) {
-        return nullptr;
-    }
-    char* opening = find_tag(line, "<", tag);
-    if (opening == nullptr) {
-        return nullptr;
-    }
-    char* value = opening + strlen(tag) + 2;
-    char* closing = find_tag(value, "</", tag);
-    if (closing == nullptr) {
-        return nullptr;
-    }
-    *closing = '\0';
-    itunes_url_decode(value);
-    return upnp_strdup(value);
+    return upnp_strdup(decode_value(line, tag));
 }
 
 int32_t itunes_get_integer_value(char* line, const char* tag) {
-    char* value = itunes_get_value(line, tag);
-    if (value == nullptr) {
-        return 0;
-    }
-    const int32_t number = upnp_parse_int32(value);
-    upnp_free(value);
-    return number;
+    return upnp_parse_int32(decode_value(line, tag));
 }
 
 void itunes_url_decode(char* text) {

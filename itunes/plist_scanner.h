@@ -8,11 +8,7 @@
 //         char* name = itunes_get_value(scanner.line, "string");
 //     }
 
-#include <bit>
-#include <cstddef>
 #include <cstdint>
-#include <cstring>
-#include <string_view>
 
 #include "common/upnp_fileio.h"
 
@@ -21,7 +17,7 @@ constexpr uint32_t itunes_line_size = 1024;
 
 /// One reader's view of the open library: the position is the file's, and several scanners share it.
 struct PlistScanner {
-    UpnpFile* file;                  // lent
+    UpnpFile* file;                  // borrowed
     uint32_t idle_reads;             // reads in a row that moved nothing
     char line[itunes_line_size + 1]; // the current line with its line feed; the last byte stays 0
 };
@@ -34,6 +30,10 @@ struct PlistScanner {
 /// Opens the library for reading. Null where it cannot be opened, and for a FIFO, whose opening would wait
 /// for a writer; it could not be read anyway, as every line costs a step back.
 [[nodiscard]] UpnpFile* itunes_open_library(const char* path);
+
+/// Returns whether the line holds a key literal, tags included ("<key>Name</key>"), anywhere. False for a
+/// null argument.
+[[nodiscard]] bool itunes_line_holds(const char* line, const char* literal);
 
 /// Returns the decoded text between the first opening tag of the element `tag` ("string", "integer", "date")
 /// and the first closing tag after it, as a new text that the caller frees; empty for an empty element. Null
@@ -51,49 +51,3 @@ void itunes_url_decode(char* text);
 /// Returns "H:MM:SS.mmm" for a duration, at most 14 characters, as a new text that the caller frees; null
 /// without memory. Negative durations come out negative field by field.
 [[nodiscard]] char* itunes_format_duration(int32_t milliseconds);
-
-/// Every key literal begins with this, and none of those in one table begins another.
-inline constexpr std::string_view itunes_key_tag = "<key>";
-
-/// Returns which rows of a key table occur in the line, as a set of bits: bit i for rows[i].literal. The
-/// first row that occurs is the lowest bit (itunes_first_key). One search for "<key>" serves the whole table.
-template <typename Row, size_t count>
-[[nodiscard]] uint32_t itunes_keys_in_line(const char* line, const Row (&rows)[count]) {
-    static_assert(count <= 32);
-    uint32_t found = 0;
-    const char* key = line == nullptr ? nullptr : strstr(line, itunes_key_tag.data());
-    while (key != nullptr) {
-        const char* name = key + itunes_key_tag.size();
-        for (size_t index = 0; index < count; ++index) {
-            const std::string_view literal = rows[index].literal;
-            if (*name == literal[itunes_key_tag.size()] &&
-                strncmp(key, literal.data(), literal.size()) == 0) {
-                found |= uint32_t{1} << index;
-                break;
-            }
-        }
-        key = strstr(name, itunes_key_tag.data());
-    }
-    return found;
-}
-
-/// The row number of the first key in a set that is not empty.
-inline size_t itunes_first_key(uint32_t keys) {
-    return static_cast<size_t>(std::countr_zero(keys));
-}
-
-/// For static_assert: every literal of a key table begins with "<key>" and none begins another.
-template <typename Row, size_t count>
-consteval bool itunes_key_table_is_sound(const Row (&rows)[count]) {
-    for (size_t index = 0; index < count; ++index) {
-        if (!rows[index].literal.starts_with(itunes_key_tag) || rows[index].literal == itunes_key_tag) {
-            return false;
-        }
-        for (size_t other = 0; other < count; ++other) {
-            if (other != index && rows[other].literal.starts_with(rows[index].literal)) {
-                return false;
-            }
-        }
-    }
-    return true;
-}

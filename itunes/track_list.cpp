@@ -4,33 +4,53 @@
 
 namespace {
 
-/// Entries are allocated side by side, so that a walk along the list is seldom a cache miss: with tens of
-/// thousands of tracks the walks are what an import does most beside its system calls.
 constexpr uint32_t entries_in_block = 256;
 
+/// Entries are allocated side by side. Where they came in rising order, as in every library that iTunes
+/// wrote, a block holds a stretch of the list, and a look-up steps over whole blocks by their first id: with
+/// tens of thousands of tracks the walks would otherwise be what an import does most beside its system calls.
 struct TrackBlock {
-    TrackBlock* next; // the block filled before it
+    TrackBlock* next; // filled after this one
     uint32_t used;
     TrackPath entries[entries_in_block];
 };
 
-TrackBlock* blocks = nullptr;          // all memory of the entries, the newest block first
-TrackPath* TrackPathList = nullptr;    // sorted by ascending id
-TrackPath* last_entry = nullptr;       // where tracks in rising order are appended without a walk
-const TrackPath* last_found = nullptr; // the first entry of its id; walks to larger ids start here
+struct {
+    TrackPath* first; // sorted by ascending id
+    TrackPath* last;
+    TrackBlock* first_block; // all memory of the entries, in the order of their adding
+    TrackBlock* last_block;
+    bool is_out_of_order; // some entry was not added at the end: blocks say nothing of the list then
+} TrackPathList;
 
 /// Returns room for one more entry, or null without memory.
 TrackPath* new_entry() {
-    if (blocks == nullptr || blocks->used == entries_in_block) {
-        auto* block = static_cast<TrackBlock*>(upnp_malloc(sizeof(TrackBlock)));
+    TrackBlock* block = TrackPathList.last_block;
+    if (block == nullptr || block->used == entries_in_block) {
+        block = static_cast<TrackBlock*>(upnp_malloc(sizeof(TrackBlock)));
         if (block == nullptr) {
             return nullptr;
         }
-        block->next = blocks;
+        block->next = nullptr;
         block->used = 0;
-        blocks = block;
+        (TrackPathList.last_block == nullptr ? TrackPathList.first_block : TrackPathList.last_block->next) =
+            block;
+        TrackPathList.last_block = block;
     }
-    return &blocks->entries[blocks->used++];
+    return &block->entries[block->used++];
+}
+
+/// Where a walk to `track_id` starts: no entry of that id or a greater one stands before it. Null for an
+/// empty list.
+const TrackPath* walk_start(int32_t track_id) {
+    const TrackBlock* block = TrackPathList.first_block;
+    if (block == nullptr || TrackPathList.is_out_of_order) {
+        return TrackPathList.first;
+    }
+    while (block->next != nullptr && block->next->entries[0].track_id < track_id) {
+        block = block->next;
+    }
+    return block->entries;
 }
 
 } // namespace
@@ -40,48 +60,37 @@ void itunes_track_list_add(const char* location, const char* title, int32_t trac
     if (entry == nullptr) {
         return;
     }
-    const bool is_last = last_entry != nullptr && last_entry->track_id <= track_id;
-    TrackPath** link = is_last ? &last_entry->next : &TrackPathList;
+    const bool is_last = TrackPathList.last != nullptr && TrackPathList.last->track_id <= track_id;
+    TrackPath** link = is_last ? &TrackPathList.last->next : &TrackPathList.first;
     while (*link != nullptr && (*link)->track_id <= track_id) {
         link = &(*link)->next;
     }
     *entry = {upnp_strdup(location), upnp_strdup(title), track_id, *link};
     *link = entry;
     if (entry->next == nullptr) {
-        last_entry = entry;
+        TrackPathList.last = entry;
+    } else {
+        TrackPathList.is_out_of_order = true;
     }
 }
 
 const TrackPath* itunes_track_list_find(int32_t track_id) {
-    const bool is_ahead = last_found != nullptr && last_found->track_id <= track_id;
-    const TrackPath* entry = is_ahead ? last_found : TrackPathList;
+    const TrackPath* entry = walk_start(track_id);
     while (entry != nullptr && entry->track_id < track_id) {
-        // Where the next entry is the one beside this, as in most of a list that was filled in rising order,
-        // the walk needs not wait for each link to be read before it looks at the entry behind it.
-        const TrackPath* beside = entry + 1;
-        while (entry->next == beside && beside->track_id < track_id) {
-            entry = beside++;
-        }
         entry = entry->next;
     }
-    if (entry == nullptr || entry->track_id != track_id) {
-        return nullptr;
-    }
-    last_found = entry;
-    return entry;
+    return entry != nullptr && entry->track_id == track_id ? entry : nullptr;
 }
 
 void itunes_track_list_free() {
-    for (const TrackPath* entry = TrackPathList; entry != nullptr; entry = entry->next) {
+    for (const TrackPath* entry = TrackPathList.first; entry != nullptr; entry = entry->next) {
         upnp_free_unless_null(entry->location);
         upnp_free_unless_null(entry->title);
     }
-    while (blocks != nullptr) {
-        TrackBlock* next = blocks->next;
-        upnp_free(blocks);
-        blocks = next;
+    while (TrackPathList.first_block != nullptr) {
+        TrackBlock* next = TrackPathList.first_block->next;
+        upnp_free(TrackPathList.first_block);
+        TrackPathList.first_block = next;
     }
-    TrackPathList = nullptr;
-    last_entry = nullptr;
-    last_found = nullptr;
+    TrackPathList = {};
 }

@@ -15,7 +15,7 @@ struct TrackPath {
 /// id, equal ids in the order of their adding. Without memory for the entry nothing is added.
 void itunes_track_list_add(const char* location, const char* title, int32_t track_id);
 
-/// Returns the first entry with this id, lent until the list is freed, or null.
+/// Returns the first entry with this id, borrowed until the list is freed, or null.
 [[nodiscard]] const TrackPath* itunes_track_list_find(int32_t track_id);
 
 /// Frees every entry with its texts and leaves the list empty.

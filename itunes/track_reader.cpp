@@ -1,11 +1,13 @@
 #include "itunes/track_reader.h"
 
+#include <algorithm>
 #include <cstring>
 #include <sched.h>
 #include <string_view>
 
 #include "common/upnp_memory.h"
 #include "common/upnp_text.h"
+#include "itunes/import_observer.h"
 #include "itunes/plist_scanner.h"
 #include "itunes/track_list.h"
 #include "server/common/upnp_database.h"
@@ -21,7 +23,7 @@ constexpr int32_t rating_per_star = 20; // iTunes rates from 0 to 100, the serve
 constexpr size_t localhost_prefix_length = 16; // "file://localhost"
 constexpr size_t file_prefix_length = 5;       // "file:"
 
-// Lent to objects, which take writable texts.
+// Borrowed by objects, which take writable texts.
 char local_file_protocol[] = "d";
 char url_protocol[] = "h";
 char music_track_class[] = "object.item.audioItem.musicTrack";
@@ -30,20 +32,22 @@ char movie_class[] = "object.item.videoItem.movie";
 /// What one call gathers about its track.
 struct TrackReaderState {
     MediaObject* object;
-    char* title;    // a copy of the name, or null
-    char* location; // the path or URL, lent to the object, or null
+    char* title;                    // a copy of the name, or null
+    char* location;                 // the path or URL, borrowed by the object, or null
+    MediaObject* earlier_locations; // owns those that the object borrows from earlier lines
     bool is_protected;
     bool has_video;
     char* protocol;
-    char size_text[number_size];              // lent to the object: a second line overwrites it there too
+    char size_text[number_size];              // borrowed by the object: a second line overwrites it there too
     char modification_time_text[number_size]; // likewise
 };
 
+/// Hands a text over. The object does not keep a date that is none in full, such as a year.
 void add_owned(TrackReaderState* track, int16_t property, char* value) {
-    track->object = upnp_database_object_add_property(track->object, property, value, 0);
+    track->object = upnp_database_object_give_property(track->object, property, value);
 }
 
-void add_lent(TrackReaderState* track, int16_t property, char* value) {
+void add_borrowed(TrackReaderState* track, int16_t property, char* value) {
     track->object = upnp_database_object_add_property(track->object, property, value, 1);
 }
 
@@ -81,7 +85,7 @@ void read_rating(TrackReaderState* track, char* line) {
 
 void read_size(TrackReaderState* track, char* line) {
     upnp_format(track->size_text, sizeof track->size_text, "%d", itunes_get_integer_value(line, "integer"));
-    add_lent(track, upnp_property_size, track->size_text);
+    add_borrowed(track, upnp_property_size, track->size_text);
 }
 
 void read_total_time(TrackReaderState* track, char* line) {
@@ -94,7 +98,7 @@ void read_date_modified(TrackReaderState* track, char* line) {
     upnp_format(track->modification_time_text, sizeof track->modification_time_text, "%d",
                 date == nullptr ? 0 : itunes_modification_stamp(date));
     upnp_free_unless_null(date);
-    add_lent(track, upnp_property_modification_time, track->modification_time_text);
+    add_borrowed(track, upnp_property_modification_time, track->modification_time_text);
 }
 
 void read_last_played(TrackReaderState* track, char* line) {
@@ -119,9 +123,7 @@ void read_track_type(TrackReaderState* track, char* line) {
     upnp_free(value);
 }
 
-/// A year is no full date: the object keeps none below ten characters, and nobody frees the text then. Its
-/// own function, never inlined, so that the leak checks can exempt this loss by name.
-[[gnu::noinline]] void read_year(TrackReaderState* track, char* line) {
+void read_year(TrackReaderState* track, char* line) {
     add_owned(track, upnp_property_date, itunes_get_value(line, "integer"));
 }
 
@@ -133,35 +135,22 @@ void read_compilation(TrackReaderState* track, char* /*line*/) {
     set_number(track, upnp_property_compilation, 1);
 }
 
-/// Gives up an earlier location: the object owns it from here on, where it still lends it out.
-void retire_location(TrackReaderState* track) {
-    bool is_lent = false;
-    for (MediaProperty* property = track->object; property != nullptr; property = property->next) {
-        if (property->value == track->location) {
-            property->borrowed = 0;
-            is_lent = true;
-        }
-    }
-    if (!is_lent) {
-        upnp_free_unless_null(track->location);
-    }
-    track->location = nullptr;
-}
-
 void read_location(TrackReaderState* track, char* line) {
     char* value = itunes_get_value(line, "string");
     if (value == nullptr) {
         return;
     }
-    retire_location(track);
+    // An earlier one has to live as long as the object that borrowed it.
+    track->earlier_locations =
+        upnp_database_object_add_property(track->earlier_locations, upnp_property_res, track->location, 0);
     if (track->protocol == local_file_protocol) {
         track->location = itunes_location_to_path(value);
         upnp_free(value);
     } else {
         track->location = value;
     }
-    add_lent(track, upnp_property_res, track->location);
-    add_lent(track, upnp_property_protocol, track->protocol);
+    add_borrowed(track, upnp_property_res, track->location);
+    add_borrowed(track, upnp_property_protocol, track->protocol);
 }
 
 enum class TrackKeyKind : uint8_t {
@@ -206,7 +195,39 @@ constexpr TrackKey track_keys[] = {
     {"<key>Location</key>",            TrackKeyKind::own,                0,                                  read_location},
 };
 // clang-format on
-static_assert(itunes_key_table_is_sound(track_keys));
+
+constexpr std::string_view key_tag = "<key>";
+
+/// Every literal begins with "<key>" and none begins another: the first match at a place is the only one
+/// there.
+consteval bool key_table_is_sound() {
+    for (const TrackKey& key : track_keys) {
+        for (const TrackKey& other : track_keys) {
+            if (!key.literal.starts_with(key_tag) ||
+                (&key != &other && other.literal.starts_with(key.literal))) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+static_assert(key_table_is_sound());
+
+/// Returns the first row that the line holds, or null. One search for "<key>" serves the whole table.
+const TrackKey* find_key(const char* line) {
+    const TrackKey* first = nullptr;
+    for (const char* place = strstr(line, key_tag.data()); place != nullptr;
+         place = strstr(place + key_tag.size(), key_tag.data())) {
+        for (const TrackKey& key : track_keys) {
+            if (key.literal[key_tag.size()] == place[key_tag.size()] &&
+                strncmp(place, key.literal.data(), key.literal.size()) == 0) {
+                first = first == nullptr ? &key : std::min(first, &key);
+                break;
+            }
+        }
+    }
+    return first;
+}
 
 void read_key(TrackReaderState* track, const TrackKey& key, char* line) {
     switch (key.kind) {
@@ -225,19 +246,38 @@ void read_key(TrackReaderState* track, const TrackKey& key, char* line) {
     }
 }
 
+/// What becomes of a track whose dictionary has ended.
+TrackOutcome outcome_of(const TrackReaderState* track) {
+    if (track->is_protected) {
+        return TrackOutcome::copy_protected;
+    }
+    if (track->location == nullptr) {
+        return TrackOutcome::no_location;
+    }
+    if (track->protocol != local_file_protocol) {
+        return TrackOutcome::stream;
+    }
+    return upnp_file_exists(track->location) != 0 ? TrackOutcome::record : TrackOutcome::missing;
+}
+
 /// Writes the record of a local file that exists, and enters every track but a protected one in the list.
 void finish_track(int32_t track_id, TrackReaderState* track, UpnpFile* items) {
-    const bool is_local = track->location != nullptr && track->protocol == local_file_protocol;
-    if (is_local && !track->is_protected && upnp_file_exists(track->location) != 0) {
-        add_lent(track, upnp_property_class, track->has_video ? movie_class : music_track_class);
+    const TrackOutcome outcome = outcome_of(track);
+    if (outcome == TrackOutcome::record) {
+        add_borrowed(track, upnp_property_class, track->has_video ? movie_class : music_track_class);
         upnp_database_object_write(track->object, items);
     }
     upnp_database_object_free(track->object);
-    if (!track->is_protected) {
+    if (outcome != TrackOutcome::copy_protected) {
         itunes_track_list_add(track->location, track->title, track_id);
+    }
+    if (import_observer != nullptr) {
+        const TrackReport report = {track_id, outcome, track->title, track->location};
+        import_observer->on_track(import_observer->context, &report);
     }
     upnp_free_unless_null(track->title);
     upnp_free_unless_null(track->location);
+    upnp_database_object_free(track->earlier_locations);
 }
 
 bool is_separator(char character) {
@@ -266,9 +306,9 @@ void itunes_read_track(int32_t track_id, UpnpFile* library, UpnpFile* items) {
         if (strstr(scanner.line, "</dict>") != nullptr) {
             break;
         }
-        const uint32_t keys = itunes_keys_in_line(scanner.line, track_keys);
-        if (keys != 0) {
-            read_key(&track, track_keys[itunes_first_key(keys)], scanner.line);
+        const TrackKey* key = find_key(scanner.line);
+        if (key != nullptr) {
+            read_key(&track, *key, scanner.line);
         }
     }
     finish_track(track_id, &track, items);

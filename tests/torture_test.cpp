@@ -19,6 +19,7 @@
 #include "common/upnp_memory.h"
 #include "common/upnp_mutex.h"
 #include "itunes/import_driver.h"
+#include "server/common/upnp_items.h"
 
 namespace {
 
@@ -169,8 +170,13 @@ int import_with(int kind, long number, Progress* shared) {
 std::multiset<std::string> records_of(const std::string& items) {
     std::multiset<std::string> records;
     for (size_t start = 0; start < items.size();) {
-        const size_t next = items.find("\n>>>>\n", start + 1);
-        const size_t end = next == std::string::npos ? items.size() : next + 1;
+        const auto [length, kind] =
+            upnp_database_record_end(items.data() + start, static_cast<uint32_t>(items.size() - start));
+        size_t end = start + length;
+        if (kind != UpnpRecordEndKind::marker && kind != UpnpRecordEndKind::data_end) { // up to what looks whole
+            const size_t next = items.find("\n>>>>\n", end);
+            end = next == std::string::npos ? items.size() : next + 1;
+        }
         records.insert(items.substr(start, end - start));
         start = end;
     }

@@ -44,7 +44,7 @@ void clamp_rating(char* value) {
     }
 }
 
-MediaObject* set_number(MediaObject* object, int16_t id, int32_t number, bool padded) {
+MediaObject* set_decimal(MediaObject* object, int16_t id, int32_t number, bool padded) {
     auto* text = static_cast<char*>(upnp_malloc(number_size));
     if (text == nullptr) {
         if (upnp_log_check(upnp_log_system, 3) != 0) {
@@ -109,12 +109,21 @@ MediaObject* upnp_database_object_add_property(MediaObject* object, int16_t id, 
     return property;
 }
 
+MediaObject* upnp_database_object_give_property(MediaObject* object, int16_t id, char* value) {
+    const bool is_empty = value == nullptr || value[0] == '\0'; // adding frees it
+    MediaObject* added = upnp_database_object_add_property(object, id, value, 0);
+    if (added == object && !is_empty) {
+        upnp_free(value);
+    }
+    return added;
+}
+
 MediaObject* db_object_createobject_set_numprop(MediaObject* object, int16_t id, int32_t number) {
-    return set_number(object, id, number, false);
+    return set_decimal(object, id, number, false);
 }
 
 MediaObject* db_object_createobject_set_numprop_padded(MediaObject* object, int16_t id, int32_t number) {
-    return set_number(object, id, number, true);
+    return set_decimal(object, id, number, true);
 }
 
 MediaObject* upnp_database_object_set_property(MediaObject* object, int16_t id, char* value,

@@ -32,6 +32,9 @@ inline constexpr char upnp_deleted_marker[] = ".D.E.L.E.T.E.D.";
 [[nodiscard]] MediaObject* upnp_database_object_add_property(MediaObject* object, int16_t id, char* value,
                                                              uint32_t borrowed);
 
+/// Adds an owned text in the same way, and frees it where the object does not take it.
+[[nodiscard]] MediaObject* upnp_database_object_give_property(MediaObject* object, int16_t id, char* value);
+
 /// Sets a numeric property as decimal text, in place of the first one with the id or else as a new one, with
 /// the rules of upnp_database_object_add_property for ratings and, where new, for dates. Missing memory for
 /// the text is logged at level 3.
@@ -50,9 +53,9 @@ inline constexpr char upnp_deleted_marker[] = ".D.E.L.E.T.E.D.";
 /// Removes the first property with the id, if there is one.
 [[nodiscard]] MediaObject* upnp_database_object_remove_property(MediaObject* object, int16_t id);
 
-/// Returns the value of the first property with the id, lent until the object changes, or null. Two ids are
-/// derived: qx:addedLast60 yields qx:addedTime where that is less than 61 days ago, and qx:highrated yields
-/// qx:rating where its first character is above '3'. dc:creator has no fallback to the artist.
+/// Returns the value of the first property with the id, borrowed until the object changes, or null. Two ids
+/// are derived: qx:addedLast60 yields qx:addedTime where that is less than 61 days ago, and qx:highrated
+/// yields qx:rating where its first character is above '3'. dc:creator has no fallback to the artist.
 [[nodiscard]] const char* upnp_database_object_get_property(const MediaObject* object, int16_t id);
 
 /// The same, with null for a deleted property.

@@ -11,6 +11,9 @@ namespace {
 
 constexpr uint32_t header_size = 10; // at most 9 characters of id and length, however large
 
+// Where an entry's header can be read, a marker can.
+static_assert(upnp_record_marker_length <= upnp_entry_header_length);
+
 bool is_written(const MediaProperty* property) {
     return property->value != nullptr && property->value[0] != '\0' &&
            strcmp(property->value, upnp_deleted_marker) != 0;
@@ -37,7 +40,56 @@ char* copy_value(const RecordData& record, uint32_t position, uint32_t length) {
     return value;
 }
 
+bool is_marker(const char* bytes) {
+    return memcmp(bytes, upnp_record_marker, upnp_record_marker_length) == 0;
+}
+
+/// The bytes of the entry whose header is given, its line feed included; 0 unless the header is all digits.
+uint32_t entry_size(const char* header) {
+    uint32_t length = 0;
+    for (uint32_t index = 0; index < upnp_entry_header_length; ++index) {
+        const int32_t digit = upnp_hex_digit(header[index]);
+        if (digit < 0) {
+            return 0;
+        }
+        length = 16 * length + static_cast<uint32_t>(digit);
+    }
+    return upnp_entry_header_length + length % 0x1000 + 1; // without the two digits of the id
+}
+
 } // namespace
+
+UpnpRecordEnd upnp_database_record_end(const void* data, uint32_t size) {
+    if (data == nullptr || size == 0) {
+        return {0, UpnpRecordEndKind::data_end};
+    }
+    const auto* bytes = static_cast<const char*>(data);
+    if (memcmp(bytes, upnp_record_marker, std::min(size, upnp_record_marker_length)) != 0) {
+        return {0, UpnpRecordEndKind::no_record};
+    }
+    if (size < upnp_record_marker_length) {
+        return {0, UpnpRecordEndKind::cut};
+    }
+    uint32_t position = upnp_record_marker_length;
+    while (size - position >= upnp_entry_header_length) {
+        const char* entry = bytes + position;
+        if (is_marker(entry)) {
+            return {position, UpnpRecordEndKind::marker};
+        }
+        const uint32_t entry_bytes = entry_size(entry);
+        if (entry_bytes == 0) {
+            return {position, UpnpRecordEndKind::no_entry};
+        }
+        if (entry_bytes > size - position) {
+            return {position, UpnpRecordEndKind::cut};
+        }
+        if (entry[entry_bytes - 1] != '\n') {
+            return {position, UpnpRecordEndKind::open_value};
+        }
+        position += entry_bytes;
+    }
+    return {position, position == size ? UpnpRecordEndKind::data_end : UpnpRecordEndKind::cut};
+}
 
 upnp_string_t* upnp_database_object_serialize(const MediaObject* object) {
     if (object == nullptr) {
@@ -45,7 +97,8 @@ upnp_string_t* upnp_database_object_serialize(const MediaObject* object) {
     }
     upnp_string_t* record = upnp_string_append(nullptr, upnp_record_marker);
     if (record == nullptr) {
-        return nullptr; // an entry must never start a record of its own, without its marker
+        // Appending to null starts a new buffer: the entries would stand in it without a marker.
+        return nullptr;
     }
     for (; object != nullptr; object = object->next) {
         if (!is_written(object)) {
@@ -84,7 +137,8 @@ MediaObject* upnp_database_object_create_from_data(const void* data, uint32_t si
         if (size <= upnp_record_marker_length + upnp_entry_header_length) {
             return nullptr;
         }
-        // Positions still count from the start of the data: no entry begins in its last five bytes.
+        // The position moves on by the marker and the limit back: no entry is so short that it could begin in
+        // the last five bytes.
         limit = size - upnp_record_marker_length;
         position = upnp_record_marker_length;
     }
@@ -105,7 +159,7 @@ MediaObject* upnp_database_object_create_from_data(const void* data, uint32_t si
         if (value == nullptr) {
             return object;
         }
-        object = upnp_database_object_add_property(object, static_cast<int16_t>(id), value, 0);
+        object = upnp_database_object_give_property(object, static_cast<int16_t>(id), value);
         position += upnp_entry_header_length + length + 1; // the line feed is skipped unseen
     } while (position < limit);
     return object;

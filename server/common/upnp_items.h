@@ -21,6 +21,26 @@ constexpr uint32_t upnp_record_marker_length = sizeof upnp_record_marker - 1;
 /// The id and the length in front of a value.
 constexpr uint32_t upnp_entry_header_length = 5;
 
+/// What stands where a record ends, or where its last whole entry does if something is wrong behind it.
+enum class UpnpRecordEndKind : uint32_t {
+    marker,     // the marker of the next record
+    data_end,   // the end of the data
+    cut,        // the beginning of an entry or marker that goes on beyond the data
+    no_record,  // the data does not begin with a marker; the length is 0
+    no_entry,   // neither a marker nor an id and a length
+    open_value, // an entry whose value is not followed by a line feed
+};
+
+struct UpnpRecordEnd {
+    uint32_t length; // bytes of the marker and of the whole entries behind it
+    UpnpRecordEndKind kind;
+};
+
+/// Tells where the record at the beginning of `size` bytes of data ends, by the lengths of its entries; empty
+/// or null data is a record's end at 0. A caller that reads a file in pieces asks again with more of it while
+/// the kind is data_end or cut and the file goes on.
+[[nodiscard]] UpnpRecordEnd upnp_database_record_end(const void* data, uint32_t size);
+
 /// Returns one record in a new buffer that the caller frees; properties without a value, empty or deleted are
 /// left out. Null for a null object and without memory for the record's beginning; memory missing later makes
 /// the record come out short.

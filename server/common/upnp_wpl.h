@@ -23,7 +23,7 @@ struct WplParam {
 
 struct WplMedia {
     const char* src;
-    const WplParam* params; // lent
+    const WplParam* params; // borrowed
     int32_t param_count;
 };
 

@@ -24,15 +24,10 @@ void require(bool condition) {
 
 /// The items split by their own lengths end where the file ends.
 void require_whole_records(const std::string& items) {
-    size_t position = 0;
-    while (position < items.size()) {
-        if (items.compare(position, upnp_record_marker_length, upnp_record_marker) == 0) {
-            position += upnp_record_marker_length;
-        } else {
-            require(position > 0 && position + upnp_entry_header_length < items.size());
-            position += upnp_entry_header_length + std::stoul(items.substr(position + 2, 3), nullptr, 16) + 1;
-            require(position <= items.size() && items[position - 1] == '\n');
-        }
+    UpnpRecordEnd end = {};
+    for (size_t start = 0; start < items.size(); start += end.length) {
+        end = upnp_database_record_end(items.data() + start, static_cast<uint32_t>(items.size() - start));
+        require(end.kind == UpnpRecordEndKind::marker || end.kind == UpnpRecordEndKind::data_end);
     }
 }
 
@@ -77,6 +72,7 @@ void fuzz_library(const uint8_t* data, size_t size) {
 void fuzz_record(const uint8_t* data, size_t size) {
     const int32_t before = upnp_mem_in_use();
     const std::vector<uint8_t> exact(data, data + size);
+    require(upnp_database_record_end(exact.data(), static_cast<uint32_t>(size)).length <= size);
     MediaObject* object = upnp_database_object_create_from_data(exact.data(), static_cast<uint32_t>(size));
     upnp_string_t* record = upnp_database_object_serialize(object);
     if (record != nullptr) {

@@ -1,0 +1,3 @@
+#include "itunes/import_observer.h"
+
+const ImportObserver* import_observer = nullptr;
