@@ -26,45 +26,37 @@ const std::string finished = "TIME LOG_PLUGIN:itunes-import: l.xml imported\n";
 
 TEST_F(CommandLine, ARunWithoutADatabasePrintsTheUsage) {
     lay_out("");
-    using Arguments = std::vector<std::string>;
-    for (const Arguments& arguments : {Arguments{},
-                                       {"-itunes-lib", "l.xml", "-dbdir"},
-                                       {"-init"},
-                                       {"-init", "-logfile"},
-                                       {"-logfile"},
-                                       {"-dbdir", "-itunes-lib", "l.xml", "-noclean", "-unknown"}}) {
-        EXPECT_EQ(run(arguments), refused()) << testing::PrintToString(arguments);
+    for (const char* arguments : {"", "-itunes-lib l.xml -dbdir", "-init", "-init -logfile", "-logfile",
+                                  "-dbdir -itunes-lib l.xml -noclean -unknown"}) {
+        EXPECT_EQ(run(arguments), refused()) << arguments;
     }
 }
 
 TEST_F(CommandLine, ALibraryThatIsNotThereLeavesEverythingAsItWas) {
     const std::string no_access = "Can not access iTunes library file: ";
-    EXPECT_EQ(run({"-dbdir", "db"}), refused(no_access));
-    EXPECT_EQ(run({"-dbdir", "", "-itunes-lib", "gone.xml"}), refused(no_access + "gone.xml"));
+    EXPECT_EQ(run("-dbdir db"), refused(no_access));
+    EXPECT_EQ(run("-dbdir '' -itunes-lib gone.xml"), refused(no_access + "gone.xml"));
     Tree logged = refused(no_access + "gone.xml");
     logged.erase("stderr");
     logged["log"] = "TIME LOG_PLUGIN:itunes-import: starting with (gone.xml) (db)\n"
                     "TIME LOG_PLUGIN:itunes-import: can not access gone.xml\n";
-    EXPECT_EQ(run({"-dbdir", "db", "-itunes-lib", "gone.xml", "-logfile", "log"}), logged);
+    EXPECT_EQ(run("-dbdir db -itunes-lib gone.xml -logfile log"), logged);
     if (std::string(TEST_EMULATOR).empty()) { // which opens files of its own
-        EXPECT_EQ(run({"-dbdir", "db", "-itunes-lib", "/dev/stdin"}, "<&-"),
-                  refused(no_access + "/dev/stdin"));
+        EXPECT_EQ(run("-dbdir db -itunes-lib /dev/stdin <&-"), refused(no_access + "/dev/stdin"));
     }
 }
 
 TEST_F(CommandLine, TheLastValueCountsAndNoValueIsAnOption) {
     lay_out("", "", "one/x");
-    EXPECT_EQ(run({"-dbdir", "one", "-dbdir", "db", "-dbdir", "-itunes-lib", "l.xml", "-dbdir"}),
-              imported(""));
-    EXPECT_EQ(run({"-dbdir", "missing", "-itunes-lib", "l.xml"}), Tree{})
-        << "nothing works, but it completes";
+    EXPECT_EQ(run("-dbdir one -dbdir db -dbdir -itunes-lib l.xml -dbdir"), imported(""));
+    EXPECT_EQ(run("-dbdir missing -itunes-lib l.xml"), Tree{}) << "nothing works, but it completes";
 }
 
 TEST_F(CommandLine, TheBaseGoesInFrontUnlessItIsEmpty) {
     lay_out("", "", "base/db/x");
-    EXPECT_EQ(run({"-base", "base", "-dbdir", "db", "-itunes-lib", "l.xml"}),
+    EXPECT_EQ(run("-base base -dbdir db -itunes-lib l.xml"),
               (Tree{{"base/db/itunes.import.items", ""}, {"base/db/itunes-import-temp/", ""}}));
-    EXPECT_EQ(import({"-base", ""}), imported(""));
+    EXPECT_EQ(import("-base ''"), imported(""));
 }
 
 TEST_F(CommandLine, PathsAreCutAtTheirBuffers) {
@@ -91,10 +83,9 @@ TEST_F(CommandLine, PathsAreCutAtTheirBuffers) {
 TEST_F(CommandLine, InitResetsTheSettingAndEndsTheScan) {
     const std::string log = "TIME LOG_PLUGIN:itunes-import: setting lib to (";
     write_file("set.ini", "other\nlines of an older file\n");
-    EXPECT_EQ(run({"-init", "set.ini", "-logfile", "log", "-dbdir", "db"}),
-              (Tree{{"set.ini", "ituneslib=\n"}}));
-    EXPECT_EQ(run({"-logfile", "log", "-init", "set.ini"}), (Tree{{"log", log + "ituneslib=\n)\n"}}));
-    EXPECT_EQ(run({"-logfile", "none", "-init", "missing/%n.ini"}),
+    EXPECT_EQ(run("-init set.ini -logfile log -dbdir db"), (Tree{{"set.ini", "ituneslib=\n"}}));
+    EXPECT_EQ(run("-logfile log -init set.ini"), (Tree{{"log", log + "ituneslib=\n)\n"}}));
+    EXPECT_EQ(run("-logfile none -init missing/%n.ini"),
               (Tree{{"stdout", "iTunes-import: could not open file missing/%n.ini for writing\n"},
                     {"none", log + ")\n"}}));
 }
@@ -104,9 +95,9 @@ TEST_F(CommandLine, LogLinesGoToTheLastLogFileOrToStandardOutput) {
     Tree unlogged = imported("");
     unlogged["stdout"] = "can't open log file (.)\n" + started + finished;
     unlogged["stderr"] = note + "can't open log file (.)\n";
-    EXPECT_EQ(import({"-logfile", "."}), unlogged);
+    EXPECT_EQ(import("-logfile ."), unlogged);
     EXPECT_EQ(
-        import({"-logfile", "a/b/c/one", "-logfile", "two"}),
+        import("-logfile a/b/c/one -logfile two"),
         (Tree{{"a/", ""}, {"a/b/", ""}, {"a/b/c/", ""}, {"a/b/c/one", ""}, {"two", started + finished}}));
 }
 

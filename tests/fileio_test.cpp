@@ -12,6 +12,7 @@
 #include "common/upnp_log.h"
 #include "common/upnp_memory.h"
 #include "itunes/plist_scanner.h"
+#include "server/common/upnp_items.h"
 
 namespace {
 
@@ -26,7 +27,7 @@ protected:
 /// What `work` logs, of every category and level.
 std::string logged(const std::function<void()>& work) {
     upnp_log_init(nullptr);
-    upnp_log_set_mask(UINT32_MAX);
+    upnp_log_set_mask(upnp_log_system | upnp_log_db);
     const std::string log = mask_times(stdout_of(work));
     upnp_log_set_mask(0);
     upnp_log_close();
@@ -115,6 +116,7 @@ TEST_F(FileLayer, ReturnsAndLogsWhatFails) {
     SHOW(*upnp_file_read_line(line, 5, &stale));
     SHOW(upnp_file_at_end(&stale));
     SHOW(close_stale());
+    SHOW(upnp_database_object_create_from_data("16FFFx", 6) != nullptr);
     expect_golden(all, "failures.txt");
     EXPECT_EQ(read_tree("."), (Tree{{"file", "x"},
                                     {"dir/", ""},

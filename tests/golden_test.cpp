@@ -17,8 +17,7 @@ TEST(Golden, TheBundledLibraryGivesTheSameBytesEverywhere) {
     {
         const TempDir folder;
         write_file("library/l.xml", library);
-        std::istringstream lines(library);
-        for (std::string line; std::getline(lines, line);) {
+        for (std::string line : split(library, '\n')) {
             std::string location = take(itunes_get_value(line.data(), "string"));
             const std::string path = take(itunes_location_to_path(location.data()));
             if (path.starts_with("media/") && path.find("(lost)") == std::string::npos) {
@@ -26,7 +25,7 @@ TEST(Golden, TheBundledLibraryGivesTheSameBytesEverywhere) {
             }
         }
         write_file("out/db/made", "");
-        EXPECT_EQ(run_program(TEST_PROGRAM, {"-dbdir", "out/db", "-itunes-lib", "library/l.xml"}).status, 0);
+        EXPECT_EQ(run_import({"-dbdir", "out/db", "-itunes-lib", "library/l.xml"}).status, 0);
         for (const auto& [path, bytes] : read_tree("out")) {
             result += "== " + path + "\n" + bytes;
         }

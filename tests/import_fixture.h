@@ -65,14 +65,14 @@ inline void lay_out(const std::string& tracks, const std::string& playlists = ""
     }
 }
 
-/// What a run changed below the folder it ran in: what is new or has other bytes, log times masked, and what
+/// What a run with these words of the shell changed below the folder it ran in: what is new or has other bytes, log times masked, and what
 /// is `gone`; and beside it as "status", "stdout" and "stderr" whatever differs from a run that went well,
 /// which prints nothing but the allocator's note.
 inline const std::string gone = "(gone)";
 inline const std::string note = "upnp_malloc: MemCriticalSection not initialized\n";
-inline Tree run(const std::vector<std::string>& arguments, const std::string& redirection = "") {
+inline Tree run(const std::string& arguments) {
     const Tree before = read_tree(".");
-    const RunResult result = run_program(TEST_PROGRAM, arguments, redirection);
+    const RunResult result = run_line(TEST_EMULATOR " " TEST_PROGRAM " " + arguments);
     Tree after = read_tree(".");
     after.insert({{"status", std::to_string(result.status)}, {"stdout", result.out}, {"stderr", result.err}});
     for (const auto& [path, bytes] : before) {
@@ -90,9 +90,8 @@ inline Tree run(const std::vector<std::string>& arguments, const std::string& re
 }
 
 /// Runs with -dbdir db -itunes-lib l.xml and further arguments.
-inline Tree import(std::vector<std::string> arguments = {}) {
-    arguments.insert(arguments.begin(), {"-dbdir", "db", "-itunes-lib", "l.xml"});
-    return run(arguments);
+inline Tree import(const std::string& arguments = "") {
+    return run("-dbdir db -itunes-lib l.xml " + arguments);
 }
 
 /// The playlist file "iTunes-playlist-<file>.wpl", its title and what it lists.

@@ -3,9 +3,7 @@
 #include "tests/support.h"
 
 #include <climits>
-#include <sstream>
 
-#include "common/upnp_log.h"
 #include "common/upnp_memory.h"
 #include "server/common/upnp_items.h"
 #include "server/common/upnp_property.h"
@@ -99,8 +97,7 @@ TEST_F(Objects, ReplaceWhatIsSetAndNeverFreeWhatIsLent) {
               "22=B 26= 31=-2147483648 20=A ");
     EXPECT_EQ(object.set_lent(20, lent).set_lent(20, lent).set_lent(21, lent).valid(20), "lent");
     object.set(21, "own");
-    object.become(
-        upnp_database_object_set_property(object.first, 21, object.first->value, 0)); // the same one
+    object.become(upnp_database_object_set_property(object.first, 21, object.first->value, 0)); // its own
     EXPECT_EQ(object.valid(21), "own");
     EXPECT_EQ(Object().padded(1, 8).padded(2, 9).padded(3, 0).padded(4, 1).listing(), "4=01 3=0 2=9 1=08 ");
 }
@@ -166,39 +163,28 @@ TEST_F(Objects, AreReadFromRecordsHoweverDamaged) {
         {"2000175\n210072008-01\n", "32=5 "},
     };
     for (const auto& [record, listing] : rows) {
-        EXPECT_EQ(read_record(record), listing) << record;
-        for (size_t size = record.size(); size > 0; --size) {
-            (void)read_record(record.substr(0, size));
+        for (size_t size = 1; size <= record.size(); ++size) { // every piece of it reads nothing outside
+            const std::string read = read_record(record.substr(0, size));
+            EXPECT_TRUE(size < record.size() || read == listing) << record << " gives " << read;
         }
     }
-    upnp_log_init(nullptr);
-    for (const uint32_t mask : {upnp_log_db, upnp_log_system}) {
-        upnp_log_set_mask(mask);
-        EXPECT_EQ(mask_times(stdout_of([] { (void)read_record("16FFFx"); })),
-                  mask == upnp_log_system ? ""
-                                          : "TIME LOG_DB:(upnp_database_object_create_from_data) database "
-                                            "corrupted, value size 4095\n");
-    }
-    upnp_log_set_mask(0);
-    upnp_log_close();
 }
 
 TEST(Properties, AreTheseAndNoOthers) {
-    std::ostringstream table;
-    table << "id A B online type separator default name, and the id that the name finds\n";
+    std::string table = "id A B online type separator default name, and the id that the name finds\n";
     for (int32_t id = -1; id < 256; ++id) {
         const PropertyDescriptor* row = upnp_database_property_descriptor(id);
         EXPECT_EQ(row == nullptr, id == -1 || id == 255) << id;
         if (row != nullptr && row->id != 0) {
-            EXPECT_EQ(row->id, id);
-            table << id << ' ' << row->flag_a << ' ' << row->flag_b << ' ' << row->is_online << ' '
-                  << static_cast<int>(row->type) << ' ' << (row->separator == 0 ? '-' : row->separator) << ' '
-                  << (row->default_value == nullptr ? "-" : row->default_value) << ' '
-                  << (row->name == nullptr ? "-" : row->name) << ' ' << upnp_database_property_id(row->name)
-                  << '\n';
+            char line[100];
+            snprintf(line, sizeof line, "%d %d %d %d %d %c %s %s %d\n", row->id, row->flag_a, row->flag_b,
+                     row->is_online, static_cast<int>(row->type), row->separator == 0 ? '-' : row->separator,
+                     row->default_value == nullptr ? "-" : row->default_value,
+                     row->name == nullptr ? "-" : row->name, upnp_database_property_id(row->name));
+            table += row->id == id ? line : "under another id";
         }
     }
-    expect_golden(table.str(), "properties.txt");
+    expect_golden(table, "properties.txt");
     EXPECT_EQ(upnp_database_property_id("upnp:albumArtist2"), 26) << "the first whole name that begins it";
     EXPECT_EQ(upnp_database_property_id("nothing") + upnp_database_property_id(""), 0);
 }

@@ -96,5 +96,5 @@ TEST_F(Playlists, OfNamesThatAreTooLongAreLoggedAndLeftOut) {
                   "TIME server/common/upnp_wpl.cpp:29: File not open \n"
                   "TIME server/common/upnp_wpl.cpp:29: File not open \n"
                   "TIME LOG_PLUGIN:itunes-import: l.xml imported\n";
-    EXPECT_EQ(import({"-logfile", "log"}), left);
+    EXPECT_EQ(import("-logfile log"), left);
 }

@@ -70,23 +70,31 @@ inline void expect_golden(const std::string& text, const std::string& name) {
     write_file(is_golden ? "/dev/null" : first_folder / name, text);
 }
 
-/// Runs a program: its status as a shell has it (128 and the signal for a killed one), and what it printed.
+/// Runs a line of the shell: its status (128 and the signal where that killed it), and what it printed.
 struct RunResult {
     int status;
     std::string out;
     std::string err;
 };
-inline RunResult run_program(const std::string& program, const std::vector<std::string>& arguments,
-                             const std::string& redirection = "") {
+inline RunResult run_line(const std::string& line) {
     const std::string here = std::filesystem::current_path();
     const TempDir outputs;
-    std::string command = "cd '" + here + "' && " TEST_EMULATOR " '" + program + "'";
-    for (const std::string& argument : arguments) {
-        command += " '" + argument + "'";
-    }
-    command += " >'" + outputs.path() + "/out' 2>'" + outputs.path() + "/err' " + redirection;
-    const int status = system(command.c_str());
+    const int status = system(("{ cd '" + here + "' && " + line + "; } >out 2>err").c_str());
     return {WEXITSTATUS(status), read_file("out"), read_file("err")};
+}
+
+/// Runs a program with these arguments, none of which holds a quote.
+inline RunResult run_program(const std::string& program, const std::vector<std::string>& arguments) {
+    std::string line = TEST_EMULATOR " '" + program + "'";
+    for (const std::string& argument : arguments) {
+        line += " '" + argument + "'";
+    }
+    return run_line(line);
+}
+
+/// Runs the built itunes-import.
+inline RunResult run_import(const std::vector<std::string>& arguments) {
+    return run_program(TEST_PROGRAM, arguments);
 }
 
 /// The text with every log time replaced by "TIME ".
@@ -101,6 +109,15 @@ inline std::string mask_times(const std::string& text) {
         at += length == 12 ? 11 : 0;
     }
     return masked;
+}
+
+/// The pieces of a text between its separators.
+inline std::vector<std::string> split(const std::string& text, char separator) {
+    std::vector<std::string> pieces;
+    std::istringstream stream(text + separator);
+    for (std::string piece; std::getline(stream, piece, separator); pieces.push_back(piece)) {
+    }
+    return pieces;
 }
 
 /// What `work` prints to standard output, or to standard error.

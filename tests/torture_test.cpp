@@ -173,7 +173,8 @@ std::multiset<std::string> records_of(const std::string& items) {
         const auto [length, kind] =
             upnp_database_record_end(items.data() + start, static_cast<uint32_t>(items.size() - start));
         size_t end = start + length;
-        if (kind != UpnpRecordEndKind::marker && kind != UpnpRecordEndKind::data_end) { // up to what looks whole
+        if (kind != UpnpRecordEndKind::marker &&
+            kind != UpnpRecordEndKind::data_end) { // up to what looks whole
             const size_t next = items.find("\n>>>>\n", end);
             end = next == std::string::npos ? items.size() : next + 1;
         }

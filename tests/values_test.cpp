@@ -10,22 +10,12 @@
 
 namespace {
 
-std::string value(std::string line) {
-    return take(itunes_get_value(line.data(), "string"));
-}
-
-std::string decoded(std::string text) {
-    itunes_url_decode(text.data());
-    return text.c_str();
-}
-
-std::string path(std::string location) {
-    return take(itunes_location_to_path(location.data()));
-}
-
-std::string duration(int32_t milliseconds) {
-    return take(itunes_format_duration(milliseconds));
-}
+const auto value = [](std::string line) { return take(itunes_get_value(line.data(), "string")); };
+const auto path = [](std::string location) { return take(itunes_location_to_path(location.data())); };
+const auto duration = [](int32_t milliseconds) { return take(itunes_format_duration(milliseconds)); };
+const auto decoded = [](std::string text) {
+    return itunes_url_decode(text.data()), std::string(text.data());
+};
 
 } // namespace
 

@@ -20,8 +20,7 @@ TEST_F(Workspace, ARunReplacesItsOwnFilesAndKeepsAllOthers) {
         write_file(path, "of " + path);
     }
     write_file("pl/notes.wpl.bak", "replaced");
-    const std::vector<std::string> arguments = {"-dbdir",        "db", "-itunes-lib", "lib/l.xml",
-                                                "-playlist-dir", "pl", "-noclean"};
+    const char* arguments = "-dbdir db -itunes-lib lib/l.xml -playlist-dir pl -noclean";
     EXPECT_EQ(run(arguments), (Tree{{"lib/iTunes Library.itl.tmp", gone},
                                     {"lib/iT.tmp.keepsnot", gone},
                                     {"db/itunes.import.items", ""},
@@ -49,9 +48,9 @@ TEST_F(Workspace, PercentSignsInPairsKeepAPlaylistInTheWorkspace) {
 TEST_F(Workspace, AMissingPlaylistFolderLeavesTheFilesForALaterRun) {
     lay_out("");
     write_file("db/itunes-import-temp/a.wpl", "left over");
-    EXPECT_EQ(import({"-playlist-dir", "pl"}), (Tree{{"db/itunes.import.items", ""}}));
+    EXPECT_EQ(import("-playlist-dir pl"), (Tree{{"db/itunes.import.items", ""}}));
     std::filesystem::create_directory("pl");
-    EXPECT_EQ(import({"-playlist-dir", "pl"}),
+    EXPECT_EQ(import("-playlist-dir pl"),
               (Tree{{"db/itunes-import-temp/a.wpl", gone}, {"pl/a.wpl", "left over"}}));
 }
 
