@@ -62,21 +62,21 @@ TEST_F(CommandLine, TheBaseGoesInFrontUnlessItIsEmpty) {
 TEST_F(CommandLine, PathsAreCutAtTheirBuffers) {
     for (const size_t size : {1022U, 1023U, 1024U}) {
         const std::string path(size, 'p');
-        const std::string kept(std::min(size, size_t{1023}), 'p');
-        import_run_resolve({path.c_str(), nullptr, nullptr, path.c_str()});
-        for (const char* cut : {import_run.library_path, import_run.database_path, import_run.playlist_dir}) {
-            EXPECT_EQ(cut, kept);
-        }
-        import_run_resolve({path.c_str() + 2, path.c_str(), "b", nullptr});
-        EXPECT_EQ(import_run.database_path, "b/" + path.substr(2).substr(0, 1021));
-        EXPECT_EQ(import_run.temp_dir, (import_run.database_path + std::string("/itunes")).substr(0, 1023));
-        EXPECT_EQ(import_run.playlist_dir, kept);
+        const auto cut = [](const std::string& text) { return text.substr(0, 1023); };
         char items[import_path_size];
         char temp_items[import_path_size];
-        import_run_items_path(items);
-        import_run_temp_items_path(temp_items);
-        EXPECT_EQ(items, (import_run.database_path + std::string("/itunes")).substr(0, 1023));
-        EXPECT_EQ(temp_items, (import_run.temp_dir + std::string("/")).substr(0, 1023));
+        for (const char* base : {"", "b"}) {
+            import_run_resolve({path.c_str() + 2, *base == 'b' ? path.c_str() : nullptr, base, path.c_str()});
+            import_run_items_path(items);
+            import_run_temp_items_path(temp_items);
+            const std::string database = cut(*base == 'b' ? "b/" + path.substr(2) : path.substr(2));
+            EXPECT_EQ(import_run.library_path, cut(path));
+            EXPECT_EQ(import_run.database_path, database);
+            EXPECT_EQ(import_run.playlist_dir, *base == 'b' ? cut(path) : database);
+            EXPECT_EQ(import_run.temp_dir, cut(database + "/itunes-import-temp"));
+            EXPECT_EQ(items, cut(database + "/itunes.import.items"));
+            EXPECT_EQ(temp_items, cut(import_run.temp_dir + std::string("/itunes.import.temp.items")));
+        }
     }
 }
 

@@ -20,9 +20,7 @@ inline std::string text(const std::string& key, const std::string& value) {
 inline std::string number(const std::string& key, const std::string& value) {
     return "<key>" + key + "</key><integer>" + value + "</integer>\n";
 }
-inline std::string flag(const std::string& key) {
-    return "<key>" + key + "</key><true/>\n";
-}
+inline const auto flag = [](const std::string& key) { return "<key>" + key + "</key><true/>\n"; };
 
 /// The dictionary of a track, with further lines in front of its location.
 inline std::string track(int id, const std::string& location, const std::string& lines = "") {
@@ -32,22 +30,16 @@ inline std::string track(int id, const std::string& location, const std::string&
 
 /// A playlist with further lines in front of its items, or a folder without any; and their keys.
 inline const std::string items_key = "<key>Playlist Items</key>\n";
-inline std::string name(const std::string& value) {
-    return text("Name", value);
-}
-inline std::string id(const std::string& persistent_id) {
-    return text("Playlist Persistent ID", persistent_id);
-}
-inline std::string parent(const std::string& persistent_id) {
-    return text("Parent Persistent ID", persistent_id);
-}
-inline std::string item(int track_id) {
+inline const auto named = [](const std::string& value) { return text("Name", value); };
+inline const auto with_id = [](const std::string& value) { return text("Playlist Persistent ID", value); };
+inline const auto inside = [](const std::string& value) { return text("Parent Persistent ID", value); };
+inline const auto plays = [](int track_id) {
     return "<dict>" + number("Track ID", std::to_string(track_id));
-}
+};
 inline std::string playlist(const std::string& its_name, const std::string& its_id,
                             const std::vector<int>& tracks, const std::string& lines = "") {
-    std::string all = name(its_name) + id(its_id) + lines + items_key;
-    std::ranges::for_each(tracks, [&](int track_id) { all += item(track_id); });
+    std::string all = named(its_name) + with_id(its_id) + lines + items_key;
+    std::ranges::for_each(tracks, [&](int track_id) { all += plays(track_id); });
     return all;
 }
 inline std::string folder(const std::string& its_name, const std::string& its_id,

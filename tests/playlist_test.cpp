@@ -6,6 +6,8 @@
 #include <climits>
 
 #include "common/upnp_text.h"
+#include "itunes/folder_list.h"
+#include "itunes/folder_path.h"
 #include "itunes/import_run.h"
 #include "itunes/playlist_file.h"
 #include "itunes/track_list.h"
@@ -104,4 +106,21 @@ TEST(TrackList, IsSortedByIdAndThenByAge) {
         itunes_track_list_free();
         EXPECT_EQ(itunes_track_list_find(INT_MIN), nullptr);
     }
+}
+
+TEST(FolderPath, KeepsTheOutermostNamesWhereItIsCut) {
+    std::string whole;
+    for (int depth = 0; depth < 300; ++depth) { // each folder lies in the one before it
+        const std::string id = std::to_string(depth);
+        itunes_folder_list_add(depth, id.c_str(), id.c_str(), std::to_string(depth - 1).c_str());
+        whole += (depth == 0 ? "" : "/") + id;
+    }
+    char path[itunes_folder_path_size];
+    char id[itunes_folder_path_size] = "299";
+    itunes_folder_path(path, id);
+    EXPECT_EQ(path, whole.substr(0, 1023));
+    EXPECT_STREQ(id, "-1") << "what was looked for last";
+    itunes_folder_path(path, id);
+    EXPECT_STREQ(path, "");
+    itunes_folder_list_free();
 }

@@ -15,11 +15,11 @@ const std::string tracks = track(1, "a.mp3") + track(2, "b.mp3") + track(3, "x.m
 TEST_F(Playlists, HaveTheirFoldersInTheirTitles) {
     lay_out(tracks,
             folder("of an older folder", "F1") + playlist("Holidays &#38; more", "F1", {1}, flag("Folder")) +
-                folder("2009", "F2", parent("F1")) + id("F3") + parent("F2") + flag("Folder") +
-                folder("June", "F4", parent("F3")) + playlist("Road Trip", "P1", {1, 1}, parent("F4")) +
-                name("takes the id that the last walk reached") + items_key + item(2) +
-                name("only a parent") + parent("F2") + items_key + playlist("old", "P2", {}) +
-                playlist("new", "P2", {2}) + name("not in the folder list") + id("P9") + item(1));
+                folder("2009", "F2", inside("F1")) + with_id("F3") + inside("F2") + flag("Folder") +
+                folder("June", "F4", inside("F3")) + playlist("Road Trip", "P1", {1, 1}, inside("F4")) +
+                named("takes the id that the last walk reached") + items_key + plays(2) +
+                named("only a parent") + inside("F2") + items_key + playlist("old", "P2", {}) +
+                playlist("new", "P2", {2}) + named("not in the folder list") + with_id("P9") + plays(1));
     EXPECT_EQ(import(), imported("", {{"Holidays___more##M", "Holidays & more", {"b.mp3"}},
                                       {"Holidays___more_2009_June_Road_Trip##M",
                                        "Holidays & more/2009/June/Road Trip",
@@ -43,8 +43,8 @@ TEST_F(Playlists, OfSomeNamesAndKindsAreNeverExported) {
 TEST_F(Playlists, AreVideoByTheirFirstPlayableTrackOrByAPlaylistBefore) {
     lay_out(tracks, playlist("film first", "P1", {9, 5, 6}) + playlist("film later", "P2", {6, 5}) +
                         playlist("nothing to play", "P3", {9}, flag("Videos")) +
-                        name("unlisted, takes the type") + id("P4") + "<key>Visible</key><false/>\n" +
-                        item(2) + playlist("again", "P5", {2}) +
+                        named("unlisted, takes the type") + with_id("P4") + "<key>Visible</key><false/>\n" +
+                        plays(2) + playlist("again", "P5", {2}) +
                         playlist("clips", "P6", {1}, flag("Videos")) + playlist("mp4", "P7", {4}) +
                         playlist("mov", "P8", {7}) + playlist("no", "P9", {8}) + playlist("stop", "PA", {3}));
     EXPECT_EQ(import(), imported("", {{"film_first##V", "film first", {"d.m4v", "e.MOV"}},
@@ -58,29 +58,30 @@ TEST_F(Playlists, AreVideoByTheirFirstPlayableTrackOrByAPlaylistBefore) {
 }
 
 TEST_F(Playlists, InCirclesOfParentsEnd) {
-    lay_out(tracks, playlist("A", "A", {1}, parent("B") + flag("Folder")) +
-                        playlist("B", "B", {1}, parent("A") + flag("Folder")) +
-                        playlist("S", "S", {1}, parent("S")));
+    lay_out(tracks, playlist("A", "A", {1}, inside("B") + flag("Folder")) +
+                        playlist("B", "B", {1}, inside("A") + flag("Folder")) +
+                        playlist("S", "S", {1}, inside("S")));
     EXPECT_EQ(
         import(),
         imported("", {{"B_A##M", "B/A", {"a.mp3"}}, {"A_B##M", "A/B", {"a.mp3"}}, {"S##M", "S", {"a.mp3"}}}));
 }
 
 TEST_F(Playlists, WithoutItemsLeaveTheirTextsToTheNext) {
-    lay_out(tracks, name("empty") + id("P1") + parent("F") + "</dict>\n" + id("P2") + items_key +
-                        name("named, then not") + "<key>Name</key>\n" + id("P3") + parent("F") + items_key +
-                        folder("F", "F") + name("takes the first name") + id("P2") + item(1) +
-                        name("no entry") + id("P3") + item(1) + playlist("Rock/Best", "P4", {1, 1, 1}) +
-                        playlist("Rock Best", "P5", {1}));
+    lay_out(tracks, named("empty") + with_id("P1") + inside("F") + "</dict>\n" + with_id("P2") + items_key +
+                        named("named, then not") + "<key>Name</key>\n" + with_id("P3") + inside("F") +
+                        items_key + folder("F", "F") + named("takes the first name") + with_id("P2") +
+                        plays(1) + named("no entry") + with_id("P3") + plays(1) +
+                        playlist("Rock/Best", "P4", {1, 1, 1}) + playlist("Rock Best", "P5", {1}));
     EXPECT_EQ(import(),
               imported("", {{"F_empty##M", "F/empty", {"a.mp3"}},
                             {"Rock_Best##M", "Rock Best", {"a.mp3"}}})); // the last of one file name
 }
 
 TEST_F(Playlists, AreNotNamedByNamesBehindTheirFlags) {
-    lay_out(tracks, id("F") + flag("Folder") + name("forgotten") + "<key>Smart Info</key>\n" + items_key +
-                        id("P") + parent("F") + name("Inside") + items_key + item(1) + id("D") +
-                        number("Distinguished Kind", "2") + name("Movies") + items_key + item(1));
+    lay_out(tracks, with_id("F") + flag("Folder") + named("forgotten") + "<key>Smart Info</key>\n" +
+                        items_key + with_id("P") + inside("F") + named("Inside") + items_key + plays(1) +
+                        with_id("D") + number("Distinguished Kind", "2") + named("Movies") + items_key +
+                        plays(1));
     EXPECT_EQ(import(),
               imported("", {{"Inside##M", "Inside", {"a.mp3"}}, {"Movies##M", "Movies", {"a.mp3"}}}));
 }
@@ -88,9 +89,9 @@ TEST_F(Playlists, AreNotNamedByNamesBehindTheirFlags) {
 TEST_F(Playlists, OfNamesThatAreTooLongAreLoggedAndLeftOut) {
     std::string playlists = playlist(std::string(240, 'n'), "P1", {1, 1});
     for (int depth = 1; depth <= 600; ++depth) { // far more folders than a title holds
-        playlists += folder("ff", std::to_string(depth), parent(std::to_string(depth + 1)));
+        playlists += folder("ff", std::to_string(depth), inside(std::to_string(depth + 1)));
     }
-    lay_out(tracks, playlists + playlist("in", "P2", {1}, parent("1")) + playlist("next", "P3", {1}));
+    lay_out(tracks, playlists + playlist("in", "P2", {1}, inside("1")) + playlist("next", "P3", {1}));
     Tree left = imported("", {{"next##M", "next", {"a.mp3"}}});
     left["log"] = "TIME LOG_PLUGIN:itunes-import: starting with (l.xml) (db)\n"
                   "TIME server/common/upnp_wpl.cpp:29: File not open \n"

@@ -12,6 +12,7 @@
 #include "common/upnp_text.h"
 #include "itunes/command_line.h"
 #include "itunes/folder_list.h"
+#include "itunes/folder_path.h"
 #include "itunes/import_commit.h"
 #include "itunes/import_driver.h"
 #include "itunes/library_setting.h"
@@ -120,6 +121,7 @@ TEST(NullArguments, AreRefusedEverywhere) {
     char t[] = "text";
     char* words[] = {t, t};
     char line[] = "<string>x</string>";
+    char path[import_path_size] = "path";
     const char* no_format = nullptr;
     ImportOptions options = {};
     UpnpFileStat status = {};
@@ -150,7 +152,8 @@ TEST(NullArguments, AreRefusedEverywhere) {
                 upnp_wpl_add_media(&file, nullptr), upnp_wpl_write_footer(nullptr),
                 upnp_wpl_add_media_params(nullptr, &no_source), upnp_wpl_add_media_params(&file, nullptr),
                 upnp_wpl_add_media_params(&file, &no_source), itunes_get_integer_value(nullptr, "integer"),
-                itunes_next_line(nullptr), 1 - upnp_file_at_end(nullptr)));
+                itunes_next_line(nullptr), upnp_database_record_end(nullptr, 9).length,
+                1 - upnp_file_at_end(nullptr)));
     EXPECT_TRUE(are_all(-1, upnp_file_write(nullptr, t, 1), upnp_file_write(&file, nullptr, 1),
                         upnp_file_stat(nullptr, &status), upnp_file_stat(t, nullptr),
                         upnp_file_rename(nullptr, t), upnp_file_rename(t, nullptr), upnp_file_unlink(nullptr),
@@ -168,8 +171,11 @@ TEST(NullArguments, AreRefusedEverywhere) {
         import_move_files("x", ".", nullptr), itunes_read_track(1, nullptr, nullptr);
         itunes_playlist_export(nullptr), upnp_database_object_write(nullptr, nullptr);
         itunes_read_library(nullptr, nullptr), itunes_read_library("", nullptr);
+        itunes_folder_path(nullptr, t), itunes_folder_path(t, nullptr);
+        itunes_playlist_file_path(nullptr, ".", "M", "name"),
+            itunes_playlist_file_path(path, nullptr, "M", "n");
     };
-    EXPECT_EQ(stdout_of(work) + stderr_of(work), "");
+    EXPECT_EQ(stdout_of(work) + stderr_of(work) + path, "");
     EXPECT_EQ(stderr_of([&] { upnp_log_message(0, no_format, 1); }),
               "upnp_log_message - LogCriticalSection not initialized! ()\n");
     EXPECT_EQ(upnp_mem_in_use(), before);

@@ -237,8 +237,9 @@ TEST(Torture, WhatIsMissingIsToldAndNothingIsLost) {
     upnp_log_init(nullptr);
     upnp_log_set_mask(UINT32_MAX);
     const int32_t before = upnp_mem_in_use();
-    const auto told = [](int kind, long number, const std::function<void()>& work) {
-        Progress counted = {};
+    Progress counted = {};
+    const auto told = [&counted](int kind, long number, const std::function<void()>& work) {
+        counted = {};
         return mask_times(stdout_of([&] {
             progress = &counted;
             fault = kind;
@@ -277,7 +278,11 @@ TEST(Torture, WhatIsMissingIsToldAndNothingIsLost) {
     EXPECT_EQ(pthread_mutex_trylock(&mutex.mutex), 0);
     upnp_mutex_unlock(&mutex);
     upnp_log_set_mask(0);
-    upnp_log_close();
+    EXPECT_EQ(
+        told(no_fault, 0,
+             [] { upnp_log_init("log"), upnp_log_write_raw("raw"), upnp_log_flush(), upnp_log_close(); }),
+        "");
+    EXPECT_EQ(counted.lost_syncs, 0) << "a flush does not reach the disk";
     EXPECT_EQ(upnp_mem_in_use(), before);
 }
 

@@ -16,7 +16,7 @@ std::string date(const std::string& key, const std::string& value) {
 
 TEST_F(Tracks, AreRecordsWithTheirNewestPropertyFirst) {
     lay_out(track(1, "a.mp3",
-                  name("Song") + text("Artist", "Band") + text("Album", "Disc") + text("Genre", "Rock") +
+                  named("Song") + text("Artist", "Band") + text("Album", "Disc") + text("Genre", "Rock") +
                       number("Size", "4000000") + number("Total Time", "245000") +
                       number("Track Number", "1") + date("Date Modified", "2008-03-15T10:20:30Z") +
                       number("Bit Rate", "192") + number("Sample Rate", "44100") + number("Play Count", "3") +
@@ -36,7 +36,7 @@ TEST_F(Tracks, HoldWhatEachKeyLeadsTo) {
                       number("Year", "2005-06-07") + flag("Has Video") + flag("Compilation") +
                       number("Track Number", "0") + number("Bit Rate", "0") + number("Sample Rate", "0") +
                       text("Genre", "") + number("Size", "4000000000")) +
-                "</dict>" + name("too late") + text("Artist", "between dictionaries"),
+                "</dict>" + named("too late") + text("Artist", "between dictionaries"),
             "", "a.mp4");
     EXPECT_EQ(import(),
               imported(">>>>\n0301Bobject.item.videoItem.movie\n45001d\n3C005a.mp4\n3D00A2147483647\n"
@@ -48,9 +48,10 @@ TEST_F(Tracks, OverwriteLentTextsAndReplaceNumbers) {
     lay_out("<key>Track ID</key>\n" + number("Size", "1") + "<key>Size</key>\n<key>Rating</key>\n" +
                 text("Date Modified", "1980-00-00T00:00:01Z</string><date>1980-00-00T00:00:02Z</date>") +
                 "<key>Date Modified</key>\n<key>Total Time</key>\n<key>Play Date UTC</key>\n" +
-                text("Play Date UTC", "2001Z") + number("Play Count", "1") + name("first") + name("second") +
-                number("Play Count", "2") + text("Location", "") + text("Location", "file:b.mp3") +
-                text("Location", "file:a.mp3") + "<key>Location</key>\n<key>Name</key>\n" +
+                text("Play Date UTC", "2001Z") + number("Play Count", "1") + named("first") +
+                named("second") + number("Play Count", "2") + text("Location", "") +
+                text("Location", "file:b.mp3") + text("Location", "file:a.mp3") +
+                "<key>Location</key>\n<key>Name</key>\n" +
                 "<key>Album</key><string>at the end of the file\n" + text("Play Date UTC", "Z"),
             "", "a.mp3 b.mp3");
     EXPECT_EQ(import(),
@@ -62,7 +63,7 @@ TEST_F(Tracks, GetARecordWhereTheyAreFilesAndPlayWhereTheyHaveAPlace) {
     const std::string url = text("Track Type", "URL");
     lay_out(track(1, "a.mp3", flag("Protected")) + number("Track ID", "2") + url +
                 text("Location", "http://radio/%41") + "</dict>\n" + track(3, "missing.mp3") +
-                number("Track ID", "4") + name("no location") + "</dict>\n" +
+                number("Track ID", "4") + named("no location") + "</dict>\n" +
                 track(5, "a.mp3", "<key>Protected</key><false/>\n" + text("Track Type", "Remote")) +
                 number("Track ID", "6") + text("Location", "file:a.mp3") + url +
                 "<key>Track Type</key>\n</dict>\n",
@@ -75,8 +76,8 @@ TEST_F(Tracks, GetARecordWhereTheyAreFilesAndPlayWhereTheyHaveAPlace) {
 TEST_F(Tracks, OfALongLineAreReadInPiecesOfItsBuffer) {
     for (const size_t size :
          {1024U, 1025U}) { // the closing tag ends in the last byte of a piece or beyond it
-        const std::string title(size - name("").size() + 1, 'n');
-        lay_out(track(1, "a.mp3", name(title)), "", "a.mp3");
+        const std::string title(size - named("").size() + 1, 'n');
+        lay_out(track(1, "a.mp3", named(title)), "", "a.mp3");
         EXPECT_EQ(import()["db/itunes.import.items"],
                   music + "3C005a.mp3\n" + (size == 1024 ? "143E0" + title + "\n" : ""));
     }
