@@ -55,7 +55,8 @@ TEST_F(FileLayer, WorksWithoutAWord) {
     const mode_t mask = umask(0);
     const auto write = [](UpnpFile* file, int64_t size, const char* text) {
         EXPECT_EQ(file->size, size);
-        EXPECT_EQ(upnp_file_write(file, text, static_cast<uint32_t>(strlen(text))), strlen(text));
+        const auto length = static_cast<uint32_t>(strlen(text));
+        EXPECT_EQ(upnp_file_write(file, text, length), static_cast<int32_t>(length));
         upnp_file_sync(file);
         file->blocks = static_cast<UpnpFileBlock*>(upnp_calloc(1, sizeof(UpnpFileBlock)));
         file->blocks->data = upnp_malloc(1);

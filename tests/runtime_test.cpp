@@ -146,7 +146,7 @@ TEST(NullArguments, AreRefusedEverywhere) {
         itunes_playlist_file_open(".", 0, nullptr, "name", 0)));
     EXPECT_TRUE(
         are_all(int64_t{0}, upnp_file_exists(nullptr), upnp_format(nullptr, 9, "x"), upnp_format(t, 0, "x"),
-                upnp_format(t, 1, no_format), upnp_parse_int32(nullptr), upnp_parse_int64(nullptr),
+                upnp_format(t, 1, no_format, 1), upnp_parse_int32(nullptr), upnp_parse_int64(nullptr),
                 upnp_database_object_get_long(nullptr, 1, 0), upnp_database_property_id(nullptr),
                 upnp_wpl_write_header(nullptr, "M", "T", "O", 0, 0), upnp_wpl_add_media(nullptr, "s"),
                 upnp_wpl_add_media(&file, nullptr), upnp_wpl_write_footer(nullptr),

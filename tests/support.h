@@ -102,7 +102,7 @@ inline std::string mask_times(const std::string& text) {
     std::string masked;
     for (size_t at = 0; at < text.size(); ++at) {
         int length = 0;
-        if (isdigit(text[at]) != 0) {
+        if (text[at] >= '0' && text[at] <= '9') {
             (void)sscanf(text.c_str() + at, "%*2d:%*2d:%*2d:%*3d%n", &length);
         }
         masked += length == 12 ? "TIME" : text.substr(at, 1);
