@@ -70,12 +70,17 @@ TEST_F(Prepare, TheBundledLibraryArrivesWholeFromEveryLayout) {
     const std::string expected =
         run_program(python, {source_path("tests/prepare_expected.py"), path, "/music/library/", media}).out;
     ASSERT_GT(expected.size(), 5000U);
+    const size_t tracks = library.find("\t<key>Tracks</key>");
+    const size_t playlists = library.find("\t<key>Playlists</key>");
+    const size_t end = library.rfind("</dict>");
     const std::pair<const char*, std::string> layouts[] = {
         {"as it stands", library},
         {"key and value on lines of their own", replaced(library, "</key><", "</key>\n<")},
         {"all on one line", replaced(replaced(library, "\n", ""), "\t", "")},
         {"CRLF", replaced(library, "\n", "\r\n")},
         {"Name late", with_names_late(library)},
+        {"Playlists before Tracks", library.substr(0, tracks) + library.substr(playlists, end - playlists) +
+                                        library.substr(tracks, playlists - tracks) + library.substr(end)},
     };
     for (const auto& [name, text] : layouts) {
         SCOPED_TRACE(name);
@@ -88,6 +93,24 @@ TEST_F(Prepare, TheBundledLibraryArrivesWholeFromEveryLayout) {
     }
 }
 
+TEST_F(Prepare, AFolderWithSmartInfoTitlesItsPlaylists) {
+    const std::string item =
+        "<key>Playlist Items</key><array><dict><key>Track ID</key><integer>1</integer></dict></array>";
+    write_file("in.xml",
+               "<plist><dict><key>Tracks</key><dict><key>1</key><dict><key>Location</key><string>file:///lost</string>"
+               "</dict></dict><key>Playlists</key><array><dict>" +
+                   item +
+                   "<key>Smart Info</key><data/><key>Folder</key><true/><key>Playlist Persistent ID</key>"
+                   "<string>A</string><key>Name</key><string>Trips</string></dict><dict>" +
+                   item +
+                   "<key>Parent Persistent ID</key><string>A</string><key>Name</key><string>Sea</string></dict>"
+                   "</array></dict></plist>");
+    write_file("db/made", "");
+    prepare({"in.xml", "out.xml"});
+    run_import({"-dbdir", "db", "-itunes-lib", "out.xml"});
+    EXPECT_EQ(imported("db"), "  <title>Trips/Sea</title>\n   <media src=\"/lost\" />\n");
+}
+
 TEST_F(Prepare, PathsArriveUnderTheSpellingOfTheDisk) {
     const struct {
         const char* location;
@@ -96,10 +119,14 @@ TEST_F(Prepare, PathsArriveUnderTheSpellingOfTheDisk) {
         {"file://localhost/old/Cafe%CC%81/a.mp3", "/Caf\u00e9/a.mp3"}, // decomposed
         {"file:///old/cAF%C3%89/A.MP3", "/Caf\u00e9/a.mp3"},           // in other case
         {"file:///old/two/X.mp3", "/two/X.mp3"},                       // both x.MP3 and x.mp3 are there
+        {"file:///old/Zoe%CC%88.mp3", "/Zo\u00eb.mp3"},                // in accents alone, which comes first
         {"file:///old/C%2B%2B%20100%25%2541.mp3", "/C&#43;&#43; 100&#37;%2541.mp3"},
         {"file:///old/localhost/%3C/string%3E%0A%E9", "/localhost/&#60;/string&#62;%0A%E9"},
     };
-    for (const char* name : {"new/Caf\u00e9/a.mp3", "new/two/x.MP3", "new/two/x.mp3"}) { write_file(name, ""); }
+    for (const char* name :
+         {"new/Caf\u00e9/a.mp3", "new/two/x.MP3", "new/two/x.mp3", "new/Zo\u00eb.mp3", "new/ZO\u00cb.mp3"}) {
+        write_file(name, "");
+    }
     std::string library = "<plist><dict><key>Tracks</key><dict>";
     for (const auto& row : rows) {
         library += std::string("<key>1</key><dict><key>Location</key><string>") + row.location +
