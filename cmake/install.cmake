@@ -10,9 +10,9 @@ foreach(program itunes-import itunes-items itunes-check)
     install(TARGETS ${program} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
   endif()
 endforeach()
-foreach(script tools/itunes-prepare examples/itunes-import-night)
-  if(EXISTS ${CMAKE_SOURCE_DIR}/${script})
-    install(PROGRAMS ${script} DESTINATION ${CMAKE_INSTALL_BINDIR})
+foreach(script itunes-prepare itunes-import-night)
+  if(EXISTS ${CMAKE_SOURCE_DIR}/tools/${script})
+    install(PROGRAMS tools/${script} DESTINATION ${CMAKE_INSTALL_BINDIR})
   endif()
 endforeach()
 
@@ -29,8 +29,7 @@ endforeach()
 # Laid out as here, so that the links from one to another lead somewhere.
 install(FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} FILES_MATCHING PATTERN *.md)
-install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR}
-  PATTERN *.in EXCLUDE PATTERN itunes-import-night EXCLUDE)
+install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} PATTERN *.in EXCLUDE)
 
 # The examples name the programs where they are: known at installation, since `--prefix` may choose another place.
 foreach(example systemd/itunes-import.service itunes-import.cron)
