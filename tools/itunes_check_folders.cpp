@@ -7,6 +7,8 @@
 
 namespace {
 
+constexpr uint32_t worthwhile_tracks = 20; // on average, for a further group to tell something
+
 /// The length of the path's first `depth` folders, a leading '/' included and none behind.
 uint32_t leading_length(const char* path, uint32_t length, uint32_t depth) {
     uint32_t end = 0;
@@ -115,7 +117,12 @@ void folder_table_add(FolderTable* table, const char* path, bool exists) {
 }
 
 void folder_table_finish(FolderTable* table) {
-    while (table->count > folder_group_shown && table->depth > 1) {
+    uint32_t tracks = 0;
+    for (uint32_t index = 0; index < table->count; ++index) {
+        tracks += table->groups[index].tracks;
+    }
+    while (table->depth > 1 &&
+           (table->count > folder_group_shown || tracks < worthwhile_tracks * (table->count - 1))) {
         merge_groups(table);
     }
     std::sort(table->groups, table->groups + table->count,

@@ -87,7 +87,7 @@ void print_example(const TrackExample* example) {
 
 void print_existing_part(const TrackExample* example) {
     if (example->existing_length > 1) {
-        fputs("             there is only ", stdout);
+        fputs("             of this path there is ", stdout);
         char path[import_path_size];
         snprintf(path, sizeof path, "%.*s", static_cast<int>(example->existing_length), example->path);
         print_escaped(stdout, path);
@@ -95,6 +95,12 @@ void print_existing_part(const TrackExample* example) {
     } else {
         puts("             nothing of this path is there");
     }
+}
+
+/// Whether the same was said of the example before.
+bool is_same_part(const TrackExample* example, uint32_t index) {
+    return index > 0 && example->existing_length == example[-1].existing_length &&
+           memcmp(example->path, example[-1].path, example->existing_length) == 0;
 }
 
 void print_tracks(const LibraryTally* tally) {
@@ -119,7 +125,7 @@ void print_tracks(const LibraryTally* tally) {
         for (uint32_t index = 0; index < tally->examples[outcome].count; ++index) {
             const TrackExample* example = &tally->examples[outcome].tracks[index];
             print_example(example);
-            if (reason.outcome == TrackOutcome::missing) {
+            if (reason.outcome == TrackOutcome::missing && !is_same_part(example, index)) {
                 print_existing_part(example);
             }
         }
@@ -179,52 +185,55 @@ void print_spellings(const LibraryTally* tally) {
     }
 }
 
+/// Prints a command that has an argument of two words.
+void print_command(const char* start, const char* word, const char* between, const char* other,
+                   const char* end) {
+    fputs(start, stdout);
+    print_shell_word(word);
+    fputs(between, stdout);
+    print_shell_word(other);
+    puts(end);
+}
+
 /// Prints the ways to let a folder's paths meet its files.
 void print_repair(const LibraryTally* tally, const FolderGroup* group) {
     const char* name = strrchr(group->folder, '/');
     fputs("  If the files of ", stdout);
     print_escaped(stdout, group->folder);
-    puts(" are in DIR:");
+    puts("\n  are in DIR:");
     if (group->folder[0] == '/' && name != group->folder) {
         char parent[import_path_size];
         snprintf(parent, sizeof parent, "%.*s", static_cast<int>(name - group->folder), group->folder);
-        fputs("    mkdir -p ", stdout);
-        print_shell_word(parent);
-        fputs(" && ln -s DIR ", stdout);
-        print_shell_word(group->folder);
-        fputs("\n    mkdir -p ", stdout);
-        print_shell_word(group->folder);
-        fputs(" && mount --bind DIR ", stdout);
-        print_shell_word(group->folder);
-        putchar('\n');
+        print_command("    mkdir -p ", parent, " &&\n      ln -s DIR ", group->folder, "");
+        print_command("    mkdir -p ", group->folder, " &&\n      mount --bind DIR ", group->folder, "");
     }
-    fputs("    itunes-prepare --map ", stdout);
-    print_shell_word(group->folder);
-    fputs("=DIR ", stdout);
-    print_shell_word(tally->library_path);
-    puts(" prepared.xml");
+    print_command("    itunes-prepare --map ", group->folder, "=DIR \\\n      ", tally->library_path,
+                  " prepared.xml");
 }
 
 void print_what_to_do(const LibraryTally* tally) {
     const LibraryLayout layout = library_tally_layout(tally);
     const bool is_other = layout == LibraryLayout::partly || layout == LibraryLayout::other;
     const FolderTable* table = &tally->folders;
-    uint32_t repairs = 0;
-    for (uint32_t index = 0; index < table->count && repairs < shown_repairs; ++index) {
-        const FolderGroup* group = &table->groups[index];
-        if (group->existing > 0 || group->folder[0] == '\0') {
-            continue;
+    const FolderGroup* absent[shown_repairs] = {}; // of which nothing is there
+    uint32_t count = 0;
+    for (uint32_t index = 0; index < table->count && count < shown_repairs; ++index) {
+        if (table->groups[index].existing == 0 && table->groups[index].folder[0] != '\0') {
+            absent[count++] = &table->groups[index];
         }
-        if (repairs++ == 0) {
-            puts("\nWhat to do: a link, a mount, or paths changed in a copy, which is then imported");
-        }
-        print_repair(tally, group);
     }
-    if (is_other || (tally->respelled > 0 && repairs == 0)) {
-        printf("\nWhat to do: import a copy %s\n  itunes-prepare ",
-               is_other ? "in the layout that the import reads" : "with the paths as the disk has them");
+    if (!is_other && tally->respelled == 0 && count == 0) {
+        return;
+    }
+    puts("\nWhat to do");
+    if (is_other || tally->respelled > 0) {
+        printf("  Import a copy %s:\n    itunes-prepare ",
+               is_other ? "in the layout that the import reads" : "with the paths that the disk has");
         print_shell_word(tally->library_path);
         puts(" prepared.xml");
+    }
+    for (uint32_t index = 0; index < count; ++index) {
+        print_repair(tally, absent[index]);
     }
 }
 
@@ -268,10 +277,10 @@ void print_left_out(const CheckedPlaylists* playlists, CheckedOutcome outcome, c
     uint32_t shown = 0;
     for (const CheckedPlaylist* each = playlists->first; each != nullptr && shown < shown_titles;
          each = each->next) {
-        if (each->outcome == outcome) {
+        if (each->outcome == outcome && each->title[0] != '\0') {
             ++shown;
             fputs("           ", stdout);
-            print_escaped(stdout, each->title[0] == '\0' ? "(no name)" : each->title);
+            print_escaped(stdout, each->title);
             putchar('\n');
         }
     }

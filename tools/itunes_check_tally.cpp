@@ -50,9 +50,7 @@ void note_version(LibraryTally* tally, const char* line) {
     char copy[itunes_line_size + 1];
     upnp_copy_text(copy, sizeof copy, line);
     char* version = itunes_get_value(copy, "string");
-    if (version != nullptr && tally->version[0] == '\0') {
-        upnp_copy_text(tally->version, sizeof tally->version, version);
-    }
+    upnp_copy_text(tally->version, sizeof tally->version, version);
     upnp_free_unless_null(version);
 }
 
@@ -83,8 +81,9 @@ void count_keys(LibraryTally* tally, const char* line) {
          next = strstr(next + 1, "<key>")) {
         ++tally->keys_apart;
     }
-    if (key == other_keys[0]) {
+    if (key == other_keys[0] && tally->version[0] == '\0') {
         note_version(tally, line);
+        tally->version_follows = tally->version[0] == '\0';
     }
 }
 
@@ -93,6 +92,10 @@ void on_line(void* context, const char* line) {
     if (tally->shows_progress) {
         tally->bytes_seen += static_cast<int64_t>(strlen(line));
         show_progress(tally, tally->bytes_seen * layout_pass_percent / tally->size);
+    }
+    if (tally->version_follows) {
+        note_version(tally, line); // in another layout
+        tally->version_follows = false;
     }
     if (!itunes_line_holds(line, "<key>")) {
         return;
@@ -106,7 +109,8 @@ void on_line(void* context, const char* line) {
 
 /// Keeps the track where there is still room; null otherwise.
 TrackExample* add_example(TrackExamples* examples, const TrackReport* report) {
-    if (examples->count == example_limit) {
+    const bool is_nameless = report->title == nullptr && report->location == nullptr;
+    if (examples->count == example_limit || is_nameless) {
         return nullptr;
     }
     TrackExample* example = &examples->tracks[examples->count++];

@@ -44,6 +44,7 @@ struct LibraryTally {
     char version[version_size]; // of the program that wrote the library; empty for none
     bool is_whole;
     bool has_sections;     // Tracks or Playlists
+    bool version_follows;  // its key stood alone on the last line
     uint32_t keys_beside;  // the keys that the import looks for and that have their value on their line
     uint32_t keys_apart;   // those that have not, and keys behind another one on the line
     uint32_t known_tracks; // in the Tracks section
