@@ -122,7 +122,7 @@ TEST(Check, ListsWhatAnImportWrites) {
 TEST(Check, TellsWhyAndWritesNothing) {
     const TempDir folder;
     write_file("there.mp3", "");
-    write_file("iT.tmp", "");
+    write_file("iTunes.tmp", "");
     const std::string here = folder.path() + "/";
     write_file("library.xml", library(track(1, here + "there.mp3") + track(2, here + "%09%5C") + track(3, ""),
                                       playlist("A/B") + playlist("A B") + playlist("100%%") + playlist("Music")));
