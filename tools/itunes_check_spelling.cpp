@@ -14,17 +14,32 @@ namespace {
 
 constexpr uint32_t library_path_size = 1024; // no path of the import is longer
 constexpr uint32_t depth_limit = 64;         // deeper paths are not looked for
-constexpr uint32_t work_limit = 600'000;     // names read and files asked for, all calls together
-constexpr uint32_t listing_limit = 100'000;  // names of one directory
+constexpr uint32_t work_limit = 1'000'000;   // names read and files asked for, all calls together
+constexpr uint32_t listing_limit = 100'000;  // names kept, of all directories
+
+/// A name in a directory.
+struct ListedName {
+    uint64_t hash;   // of the folded name
+    uint32_t offset; // of the name among the listing's texts
+};
+
+/// The names in a directory, sorted by their hashes.
+struct Listing {
+    ListedName* names; // owned, as the texts
+    char* texts;       // each with its NUL
+    uint32_t count;
+    uint32_t capacity;
+    uint32_t text_length;
+    uint32_t text_capacity;
+};
 
 /// A directory on the way to a file.
 struct Level {
     uint32_t path_length; // of the library's path up to here
     uint32_t real_length; // of the path on the disk up to here
     uint32_t differences;
-    uint64_t* names; // the folded names in it, sorted; owned; null until they are wanted
-    uint32_t name_count;
     bool is_listed;
+    Listing listing;
 };
 
 /// What is known from earlier paths: the directories of the last one, as far as they were found.
@@ -36,6 +51,7 @@ struct Search {
     uint32_t failed_length;        // the path up to here was not found below it; 0 for none
     bool is_begun;
     uint32_t work;
+    uint32_t kept_names; // in the listings of all levels
 };
 
 Search search;
@@ -155,69 +171,84 @@ DIR* open_level(const Level* level) {
     return stream;
 }
 
-/// Notes the names in a directory, once. One with too many names counts as empty.
+/// Makes room for `added` more units in a block of `count`; false without memory.
+template <typename Unit>
+bool reserve(Unit** units, uint32_t count, uint32_t* capacity, uint32_t added) {
+    if (*capacity - count >= added) {
+        return true;
+    }
+    const uint32_t wanted = 2 * *capacity + added + 64;
+    auto* block = static_cast<Unit*>(upnp_malloc(wanted * static_cast<uint32_t>(sizeof(Unit))));
+    if (block == nullptr) {
+        return false;
+    }
+    std::copy_n(*units, count, block);
+    upnp_free_unless_null(*units);
+    *units = block;
+    *capacity = wanted;
+    return true;
+}
+
+/// Adds a name; false where there is no room for more.
+bool add_name(Listing* listing, const char* name) {
+    const auto size = static_cast<uint32_t>(strlen(name) + 1);
+    if (search.kept_names >= listing_limit ||
+        !reserve(&listing->names, listing->count, &listing->capacity, 1) ||
+        !reserve(&listing->texts, listing->text_length, &listing->text_capacity, size)) {
+        return false;
+    }
+    memcpy(listing->texts + listing->text_length, name, size);
+    listing->names[listing->count++] = {folded(name, size - 1, spelling_any), listing->text_length};
+    listing->text_length += size;
+    ++search.kept_names;
+    return true;
+}
+
+/// Notes the names in a directory, once.
 void list_level(Level* level) {
     if (level->is_listed) {
         return;
     }
     level->is_listed = true;
+    Listing* listing = &level->listing;
     DIR* stream = open_level(level);
-    uint32_t capacity = 0;
     while (stream != nullptr) {
         const dirent* entry = readdir(stream);
-        if (entry == nullptr || level->name_count == listing_limit || ++search.work > work_limit) {
+        if (entry == nullptr || ++search.work > work_limit || !add_name(listing, entry->d_name)) {
             break;
         }
-        if (level->name_count == capacity) {
-            capacity = capacity == 0 ? 64 : 2 * capacity;
-            auto* names = static_cast<uint64_t*>(upnp_malloc(capacity * sizeof(uint64_t)));
-            if (names == nullptr) {
-                break;
-            }
-            std::copy_n(level->names, level->name_count, names);
-            upnp_free_unless_null(level->names);
-            level->names = names;
-        }
-        level->names[level->name_count++] = folded(entry->d_name, strlen(entry->d_name), spelling_any);
     }
     if (stream != nullptr) {
         (void)closedir(stream);
     }
-    std::sort(level->names, level->names + level->name_count);
+    std::sort(listing->names, listing->names + listing->count,
+              [](const ListedName& one, const ListedName& other) { return one.hash < other.hash; });
 }
 
 /// Finds a name of the directory that is spelled otherwise, and puts it behind the directory's path.
 bool find_other_spelling(Level* level, const char* name, size_t length, uint32_t* differences) {
     list_level(level);
+    const Listing* listing = &level->listing;
     const uint64_t wanted = folded(name, length, spelling_any);
-    if (!std::binary_search(level->names, level->names + level->name_count, wanted)) {
+    const ListedName* first = listing->names;
+    const ListedName* end = first + listing->count;
+    const ListedName* found = std::lower_bound(
+        first, end, wanted, [](const ListedName& one, uint64_t hash) { return one.hash < hash; });
+    if (found == end || found->hash != wanted) {
         return false;
     }
-    DIR* stream = open_level(level);
-    bool is_found = false;
-    while (stream != nullptr && !is_found) {
-        const dirent* entry = readdir(stream);
-        if (entry == nullptr || ++search.work > work_limit) {
-            break;
-        }
-        const size_t found_length = strlen(entry->d_name);
-        const bool is_dot = strcmp(entry->d_name, ".") == 0 || strcmp(entry->d_name, "..") == 0;
-        if (is_dot || folded(entry->d_name, found_length, spelling_any) != wanted ||
-            level->real_length + found_length + 2 > sizeof search.real) {
-            continue;
-        }
-        is_found = true;
-        *differences |= differences_of(name, length, entry->d_name);
-        char* end = search.real + level->real_length;
-        if (end != search.real && end[-1] != '/') {
-            *end++ = '/';
-        }
-        memcpy(end, entry->d_name, found_length + 1);
+    const char* text = listing->texts + found->offset;
+    const size_t text_length = strlen(text);
+    if (level->real_length + text_length + 2 > sizeof search.real) {
+        return false;
     }
-    if (stream != nullptr) {
-        (void)closedir(stream);
+    *differences |= differences_of(name, length, text);
+    char* place = search.real + level->real_length;
+    if (place != search.real && place[-1] != '/') {
+        *place++ = '/';
     }
-    return is_found;
+    memcpy(place, text, text_length + 1);
+    return true;
 }
 
 /// Goes to a name in a directory as it is spelled, or else as it is found; search.real then leads there.
@@ -242,7 +273,9 @@ bool find_name(Level* level, const char* name, size_t length, uint32_t* differen
 
 void free_levels_from(uint32_t depth) {
     for (uint32_t index = depth; index <= search.depth; ++index) {
-        upnp_free_unless_null(search.levels[index].names);
+        search.kept_names -= search.levels[index].listing.count;
+        upnp_free_unless_null(search.levels[index].listing.names);
+        upnp_free_unless_null(search.levels[index].listing.texts);
         search.levels[index] = {};
     }
 }
@@ -298,7 +331,7 @@ const char* find_directory(const char* path) {
             return nullptr;
         }
         search.levels[++search.depth] = {
-            name_end, static_cast<uint32_t>(strlen(search.real)), differences, nullptr, 0, false};
+            name_end, static_cast<uint32_t>(strlen(search.real)), differences, false, {}};
         name += length;
     }
 }

@@ -1,9 +1,10 @@
 // The summary of itunes-check for people.
 
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
+#include <unistd.h>
 
+#include "common/upnp_text.h"
 #include "itunes/import_run.h"
 #include "tools/itunes_check_output.h"
 #include "tools/itunes_check_spelling.h"
@@ -47,7 +48,7 @@ void print_library(const LibraryTally* tally) {
         fputs("an unknown program", stdout);
     } else {
         // Music began anew with 1; the libraries of iTunes that are still about begin with 4.
-        fputs(atoi(tally->version) < 3 ? "Music " : "iTunes ", stdout);
+        fputs(upnp_parse_int32(tally->version) < 3 ? "Music " : "iTunes ", stdout);
         print_escaped(stdout, tally->version);
     }
     fputs(tally->is_whole ? ", whole (ends with </plist>)\n" : ", CUT SHORT (does not end with </plist>)\n",
@@ -170,12 +171,16 @@ void print_folders(const LibraryTally* tally) {
 }
 
 void print_spellings(const LibraryTally* tally) {
+    if (tally->spelling_unknown > 0) {
+        printf("\n%u of the missing files were not looked for under another spelling: it\n"
+               "would take too long\n",
+               tally->spelling_unknown);
+    }
     if (tally->respelled == 0) {
         return;
     }
-    printf("\n%u of the missing files %s there under another spelling%s\n", tally->respelled,
-           tally->respelled == 1 ? "is" : "are",
-           tally->spelling_unknown > 0 ? ", of those that were looked for" : "");
+    printf("\n%u of the missing files %s there under another spelling\n", tally->respelled,
+           tally->respelled == 1 ? "is" : "are");
     for (uint32_t index = 0; index < tally->respelled_examples.count; ++index) {
         const TrackExample* example = &tally->respelled_examples.tracks[index];
         print_example(example);
@@ -215,11 +220,12 @@ void print_what_to_do(const LibraryTally* tally) {
     const LibraryLayout layout = library_tally_layout(tally);
     const bool is_other = layout == LibraryLayout::partly || layout == LibraryLayout::other;
     const FolderTable* table = &tally->folders;
-    const FolderGroup* absent[shown_repairs] = {}; // of which nothing is there
+    const FolderGroup* absent[shown_repairs] = {};
     uint32_t count = 0;
     for (uint32_t index = 0; index < table->count && count < shown_repairs; ++index) {
-        if (table->groups[index].existing == 0 && table->groups[index].folder[0] != '\0') {
-            absent[count++] = &table->groups[index];
+        const FolderGroup* group = &table->groups[index];
+        if (group->existing == 0 && group->folder[0] != '\0' && access(group->folder, F_OK) != 0) {
+            absent[count++] = group;
         }
     }
     if (!is_other && tally->respelled == 0 && count == 0) {
