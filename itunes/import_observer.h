@@ -47,7 +47,7 @@ struct PlaylistReport {
 };
 
 struct ImportObserver {
-    void* context; // the observer's own, handed to each function
+    void* context;                                    // the observer's own, handed to each function
     void (*on_line)(void* context, const char* line); // each line of the library, before the first track
     void (*on_track)(void* context, const TrackReport* report);
     void (*on_playlist)(void* context, const PlaylistReport* report);
