@@ -1,18 +1,18 @@
-// The floor under the import tool: the system calls that its design demands, and as good as no other work.
+// The floor under the import: the system calls that its design demands, and as good as no other work.
 //
-//     floor LIBRARY DATABASE_DIRECTORY        with a library from generate_library
+//     floor DIRECTORY/LIBRARY DATABASE_DIRECTORY        with a library from generate_library.py
 //
-// What it does, with the same arguments and in the same order as the tool:
-// - opens the library twice and reads it to its end line by line; a line costs a position query, a read of up
-//   to 1024 bytes and a seek back to just after the line feed. It yields after every line of the first pass
-//   and after the lines inside a track's dictionary in the second one;
+// What it does, in the order in which the import does it:
+// - opens the library twice and reads it to its end line by line; a line costs a position query, a read of
+//   up to 1024 bytes and a seek back to just after the line feed. It yields after every line of the first
+//   pass and after the lines inside a track's dictionary in the second one;
 // - queries the status of every track's file and writes one record for each that exists;
-// - unlinks and opens a file for every playlist, writes a header, a line for each item and a footer, closes
-// it;
+// - unlinks and opens a file for every playlist, writes a header, a line for each item and a footer, flushes
+//   and closes it; the items file too is flushed and closed at its end;
 // - prepares the workspace, swaps the items file in, moves the playlists and looks for temporary files beside
 //   the library, a status query or two for each entry of the directories that this walks.
 // What it leaves out: everything else. Records and lines are constant bytes of the usual sizes. The lines
-// that matter are told by their first bytes, which in a generated library suffice. The paths of the tracks
+// that matter are told by their first bytes, which suffice in a generated library. The paths of the tracks
 // are not decoded but come ready from the generator's list, which is mapped (four calls more).
 
 #include <cstdio>
@@ -58,6 +58,11 @@ void join(char* path, const char* directory, const char* name) {
     if (snprintf(path, path_size, "%s/%s", directory, name) >= static_cast<int>(path_size)) {
         fail("use the long path of", name);
     }
+}
+
+void flush_and_close(int descriptor) {
+    (void)fsync(descriptor);
+    (void)close(descriptor);
 }
 
 int open_new(const char* path) {
@@ -120,7 +125,7 @@ void read_track(Library* library, const char* location, int items) {
 void finish_playlist(int playlist) {
     if (playlist >= 0) {
         put(playlist, playlist_footer_size);
-        (void)close(playlist);
+        flush_and_close(playlist);
     }
 }
 
@@ -203,21 +208,16 @@ void walk_directory(const char* directory, const char* destination) {
 } // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 3) {
-        fputs("usage: floor LIBRARY DATABASE_DIRECTORY\n", stderr);
+    if (argc != 3 || strchr(argv[1], '/') == nullptr) {
+        fputs("usage: floor DIRECTORY/LIBRARY DATABASE_DIRECTORY\n", stderr);
         return 2;
     }
     const char* library_path = argv[1];
     const char* database = argv[2];
     char library_directory[path_size];
     snprintf(library_directory, sizeof library_directory, "%s", library_path);
-    char* separator = strrchr(library_directory, '/');
-    if (separator == nullptr) {
-        fail("find the directory of", library_path);
-    }
-    *separator = '\0';
+    *strrchr(library_directory, '/') = '\0';
     const char* locations = map_locations(library_directory);
-
     struct stat status = {};
     char temp_dir[path_size];
     char temp_items[path_size];
@@ -239,7 +239,7 @@ int main(int argc, char** argv) {
     open_library(&library, library_path);
     read_tracks_and_playlists(&library, locations, items, temp_dir);
     (void)close(library.descriptor);
-    (void)close(items);
+    flush_and_close(items);
 
     (void)unlink(items_path);
     (void)rename(temp_items, items_path);

@@ -1,14 +1,13 @@
 #!/usr/bin/env python3
-"""Measures the import tool beside its floor and beside other ways to do its job, and prints a Markdown table.
+"""Measures the import beside its floor and beside a Python script that does its job; prints a Markdown table.
 
-    measure.py BUILD DATA [ROUNDS]
+    measure.py BUILD DATA ROUNDS
 
-BUILD holds the programs, DATA/TRACKS the generated libraries (scripts/bench makes both). Every round
-runs every program once on every library, so that a slow moment of the machine meets all of them; the table
-shows the medians of the rounds. Needs strace, binutils and GNU time.
+BUILD holds the programs. The libraries are kept in DATA. Every round runs every program once on every library, so
+that a slow moment of the machine meets all of them; the table shows the medians of the rounds. Needs strace,
+binutils and GNU time.
 """
 
-import filecmp
 import math
 import os
 import platform
@@ -21,15 +20,16 @@ import time
 from datetime import date
 from pathlib import Path
 
-SIZES = (5_000, 20_000, 40_000, 80_000)
-REFERENCE_SIZE = 20_000
-TRACED_SIZE = 500
-EMPTY_SIZE = 0
+# A library's arguments for generate_library.py are its name as well.
+EMPTY, TRACED, SMALL, MEDIUM, LARGE = (("tracks", str(count)) for count in (0, 500, 5_000, 20_000, 80_000))
+MANY_PLAYLISTS = ("tracks", "500", "100")
+CHAINS = tuple(("chain", str(size)) for size in (100_000, 500_000, 2_000_000))
 START_RUNS = 300
 
 CPU, WALL = 0, 1  # the columns of a sample
-TOOL, FLOOR, PLISTLIB, EXPAT, TRUE = "itunes-import", "floor", "plistlib", "expat", "true"
-STATUS_QUERIES = ("stat", "lstat", "fstat", "newfstatat", "stat64", "lstat64", "fstat64", "fstatat64")
+TOOL, FLOOR, PLISTLIB, TRUE = "itunes-import", "floor", "plistlib", "true"
+FLUSHED, UNFLUSHED = "flushed", "unflushed"  # the tool, its flushes counted, and left out
+STATUS_QUERIES = ("stat", "lstat", "fstat", "newfstatat")
 
 
 class Bench:
@@ -37,83 +37,80 @@ class Bench:
         self.build = build
         self.data = data
         self.scratch = scratch
-        self.samples = {}  # (program, tracks) to its runs of (CPU seconds, wall seconds), one a round
+        self.samples = {}  # (program, library) to its runs of (CPU seconds, wall seconds), one a round
 
-    def command(self, program, tracks, database):
-        library = str(self.data / str(tracks) / "iTunes Music Library.xml")
-        script = Path(__file__).with_name("import_plistlib.py")
+    def library(self, arguments):
+        """Generates the library unless a run before has done it."""
+        directory = self.data / "-".join(arguments)
+        done = directory / ".done"
+        script = Path(__file__).with_name("generate_library.py")
+        if not done.exists() or done.stat().st_mtime < script.stat().st_mtime:
+            progress(f"generating {directory.name}")
+            shutil.rmtree(directory, ignore_errors=True)
+            check([sys.executable, str(script), *arguments, str(directory)])
+            done.touch()
+        return str(directory / "iTunes Music Library.xml")
+
+    def command(self, program, arguments, database):
+        library = self.library(arguments)
+        tool = [str(self.build / "itunes-import"), "-dbdir", database, "-itunes-lib", library]
+        flushes = [shutil.which("strace"), "-f", "--seccomp-bpf", "-o", os.devnull, "-e", "trace=fsync"]
         return {
-            TOOL: [str(self.build / "itunes-import"), "-dbdir", database, "-itunes-lib", library],
+            TOOL: tool,
             FLOOR: [str(self.build / "bench" / "floor"), library, database],
-            PLISTLIB: [sys.executable, str(script), library, database],
-            EXPAT: [str(self.build / "bench" / "import_expat"), library, database],
+            PLISTLIB: [sys.executable, str(Path(__file__).with_name("import_plistlib.py")), library, database],
             TRUE: [shutil.which("true")],
+            FLUSHED: flushes + tool,
+            UNFLUSHED: flushes + ["-e", "inject=fsync:retval=0"] + tool,
         }[program]
 
-    def in_fresh_database(self, action):
+    def in_fresh_database(self, action, directory=None):
         """Every run starts from an empty database directory; making and removing it is not measured."""
-        database = tempfile.mkdtemp(dir=self.scratch)
-        try:
+        with tempfile.TemporaryDirectory(dir=directory or self.scratch) as database:
             return action(database)
-        finally:
-            shutil.rmtree(database)
 
-    def run(self, program, tracks):
-        """Returns the CPU and wall seconds of one run."""
-        return self.in_fresh_database(lambda database: timed(self.command(program, tracks, database)))
+    def sample(self, program, library):
+        disk = "/dev/shm" if library == EMPTY else None  # the flush of a file would take longer than all else
+        run = self.in_fresh_database(lambda database: timed(self.command(program, library, database)), disk)
+        self.samples.setdefault((program, library), []).append(run)
 
-    def sample(self, program, tracks):
-        self.samples.setdefault((program, tracks), []).append(self.run(program, tracks))
+    def peak_memory(self, library):
+        """Returns the tool's peak resident size in bytes. GNU time starts it: a program counts as large as the
+        process that it is forked from, and Python is larger than the tool."""
+        report = Path(self.scratch, "peak")
+        start = ["time", "-f", "%M", "-o", str(report)]
+        self.in_fresh_database(lambda database: check(start + self.command(TOOL, library, database)))
+        return int(report.read_text()) * 1024
 
-    def peak_memory(self, program, tracks):
-        """Returns the peak resident size in bytes. GNU time starts the program: a program counts as large as
-        the process that it is forked from, and Python is larger than the tool."""
-
-        def measure(database):
-            report = Path(self.scratch, "peak")
-            check(["time", "-f", "%M", "-o", str(report), *self.command(program, tracks, database)])
-            return int(report.read_text()) * 1024
-
-        return self.in_fresh_database(measure)
-
-    def system_calls(self, program):
+    def system_calls(self, program, library):
         """Returns the number of calls by kind."""
+        report = Path(self.scratch, "calls")
+        start = ["strace", "-f", "-c", "-o", str(report)]
+        self.in_fresh_database(lambda database: check(start + self.command(program, library, database)))
+        rows = [line.split() for line in report.read_text().splitlines()]
+        return {row[-1]: int(row[3]) for row in rows if row[3:] and row[3].isdigit() and row[-1] != "total"}
 
-        def count(database):
-            report = Path(self.scratch, "calls")
-            check(["strace", "-f", "-c", "-o", str(report), *self.command(program, TRACED_SIZE, database)])
-            rows = [line.split() for line in report.read_text().splitlines()]
-            return {row[-1]: int(row[3]) for row in rows if len(row) >= 5 and row[3].isdigit()}
+    def compare_outputs(self, other, library):
+        """Ends the measurement unless the tool and another program leave the same files, byte for byte."""
+        with tempfile.TemporaryDirectory() as ours, tempfile.TemporaryDirectory() as theirs:
+            check(self.command(TOOL, library, ours))
+            check(self.command(other, library, theirs))
+            if subprocess.call(["diff", "-r", "--exclude=itunes-import-temp", ours, theirs], stdout=sys.stderr) != 0:
+                sys.exit(f"measure.py: the import and {other} left different files: nothing to compare")
 
-        calls = self.in_fresh_database(count)
-        calls.pop("total", None)
-        return calls
+    def median(self, program, library, column):
+        return statistics.median(sample[column] for sample in self.samples[program, library])
 
-    def outputs_agree(self, program, other):
-        """Whether two programs leave the same files, byte for byte."""
-        with tempfile.TemporaryDirectory(dir=self.scratch) as one, tempfile.TemporaryDirectory(
-            dir=self.scratch
-        ) as two:
-            check(self.command(program, REFERENCE_SIZE, one))
-            check(self.command(other, REFERENCE_SIZE, two))
-            names, other_names = (
-                sorted(path.name for path in Path(root).iterdir() if path.is_file()) for root in (one, two)
-            )
-            return names == other_names and filecmp.cmpfiles(one, two, names, shallow=False)[0] == names
+    def ratio(self, other, library, column):
+        """The tool against another program: the median of the rounds' ratios, with the least and the greatest."""
+        pairs = zip(self.samples[TOOL, library], self.samples[other, library])
+        ratios = [ours[column] / theirs[column] for ours, theirs in pairs]
+        return f"{statistics.median(ratios):.2f} ({min(ratios):.2f} to {max(ratios):.2f})"
 
-    def median(self, program, tracks, column):
-        return statistics.median(sample[column] for sample in self.samples[program, tracks])
-
-    def ratios(self, other, tracks, column):
-        """The tool against another program, round by round."""
-        pairs = zip(self.samples[TOOL, tracks], self.samples[other, tracks])
-        return [ours[column] / theirs[column] for ours, theirs in pairs]
-
-    def growth(self, program):
-        """The exponent of CPU time over tracks between the smallest and the largest library."""
-        first, last = SIZES[0], SIZES[-1]
+    def growth(self, program, first, last):
+        """The exponent of CPU time over the number that stands in the libraries' names."""
         cost = self.median(program, last, CPU) / self.median(program, first, CPU)
-        return math.log(cost) / math.log(last / first)
+        return math.log(cost) / math.log(int(last[1]) / int(first[1]))
 
 
 def check(command):
@@ -132,143 +129,95 @@ def timed(command):
 
 
 def progress(text):
-    print(f"bench: {text}", file=sys.stderr, flush=True)
+    print("bench:", text, file=sys.stderr)
 
 
 def run_round(bench, number):
     """One run of everything; the order turns around from round to round."""
-    for tracks in SIZES:
-        programs = [TOOL, FLOOR] + ([PLISTLIB, EXPAT] if tracks == REFERENCE_SIZE else [])
-        for program in programs if number % 2 == 0 else reversed(programs):
-            bench.sample(program, tracks)
-
-
-def run_starts(bench):
-    for _ in range(START_RUNS):
-        for program in (TRUE, TOOL, FLOOR):
-            bench.sample(program, EMPTY_SIZE)
+    plan = [
+        *((program, library) for library in (SMALL, MEDIUM, LARGE) for program in (TOOL, FLOOR)),
+        (PLISTLIB, MEDIUM),
+        *((TOOL, library) for library in CHAINS),
+        *((program, MANY_PLAYLISTS) for program in (FLUSHED, UNFLUSHED)),
+    ]
+    for program, library in plan if number % 2 == 0 else reversed(plan):
+        bench.sample(program, library)
 
 
 def seconds(value):
-    return f"{value:.2f} s" if value >= 0.1 else f"{value * 1000:.2f} ms"
+    return f"{value:.2f} s" if value >= 0.1 else f"{value * 1000:.1f} ms"
 
 
-def ratio(values):
-    text = f"{statistics.median(values):.2f}"
-    return text if len(values) == 1 else f"{text} ({min(values):.2f} to {max(values):.2f})"
-
-
-def megabytes(value):
-    return f"{value / 1e6:.1f} MB"
-
-
-def comparison_rows(bench):
-    wanted = {(CPU, FLOOR): "at most 1.3", (WALL, PLISTLIB): "at most 1"}
-    for column, name in ((CPU, "CPU time"), (WALL, "Wall time")):
-        for other in (FLOOR, PLISTLIB, EXPAT):
-            yield (
-                f"{name}, {REFERENCE_SIZE:,} tracks",
-                seconds(bench.median(TOOL, REFERENCE_SIZE, column)),
-                f"{other} {seconds(bench.median(other, REFERENCE_SIZE, column))}",
-                ratio(bench.ratios(other, REFERENCE_SIZE, column)),
-                wanted.get((column, other), ""),
-            )
-
-
-def memory_rows(bench):
-    tool = {tracks: bench.peak_memory(TOOL, tracks) for tracks in (EMPTY_SIZE, REFERENCE_SIZE, SIZES[-1])}
-    for other in (PLISTLIB, EXPAT):
-        theirs = bench.peak_memory(other, REFERENCE_SIZE)
-        yield (
-            f"Peak memory, {REFERENCE_SIZE:,} tracks",
-            megabytes(tool[REFERENCE_SIZE]),
-            f"{other} {megabytes(theirs)}",
-            ratio([tool[REFERENCE_SIZE] / theirs]),
-            "",
-        )
-    for tracks in (REFERENCE_SIZE, SIZES[-1]):
-        beyond_start = (tool[tracks] - tool[EMPTY_SIZE]) / tracks
-        yield (
-            f"Peak memory a track beyond the start ({megabytes(tool[EMPTY_SIZE])}), {tracks:,} tracks",
-            f"{beyond_start:.0f} bytes",
-            "",
-            "",
-            "at most 230 bytes",
-        )
+def time_rows(bench):
+    for other, library, column, name, wanted in (
+        (FLOOR, MEDIUM, CPU, "CPU time, 20,000 tracks", "at most 1.22"),
+        (FLOOR, LARGE, CPU, "CPU time, 80,000 tracks", "at most 1.22"),
+        (PLISTLIB, MEDIUM, WALL, "Wall time, 20,000 tracks", "at most 1"),
+    ):
+        ours, theirs = (seconds(bench.median(program, library, column)) for program in (TOOL, other))
+        yield name, ours, f"{other} {theirs}", bench.ratio(other, library, column), wanted
+    ours, theirs = (bench.median(program, EMPTY, WALL) for program in (TOOL, TRUE))
+    ratio = f"{ours / theirs:.2f}"
+    yield "Wall time of an empty import, in memory", seconds(ours), f"true {seconds(theirs)}", ratio, "at most 1.5"
 
 
 def growth_rows(bench):
-    for tracks in SIZES:
-        if tracks != REFERENCE_SIZE:
-            yield (
-                f"CPU time, {tracks:,} tracks",
-                seconds(bench.median(TOOL, tracks, CPU)),
-                f"floor {seconds(bench.median(FLOOR, tracks, CPU))}",
-                ratio(bench.ratios(FLOOR, tracks, CPU)),
-                "",
-            )
-    yield (
-        f"Growth of CPU time, {SIZES[0]:,} to {SIZES[-1]:,} tracks",
-        f"tracks^{bench.growth(TOOL):.2f}",
-        f"floor tracks^{bench.growth(FLOOR):.2f}",
-        "",
-        "at most tracks^1.12",
-    )
+    ours, floor = (f"tracks^{bench.growth(program, SMALL, LARGE):.2f}" for program in (TOOL, FLOOR))
+    yield "Growth of CPU time, 5,000 to 80,000 tracks", ours, f"floor {floor}", "", "at most tracks^1.05"
+    times = ", ".join(seconds(bench.median(TOOL, library, CPU)) for library in CHAINS)
+    exponent = bench.growth(TOOL, CHAINS[0], CHAINS[-1])
+    name = "Growth of CPU time, a chain of folders of 100 kB, 500 kB, 2 MB"
+    yield name, f"size^{exponent:.2f} ({times})", "", "", "at most size^1.3"
 
 
-def start_rows(bench):
-    wanted = {(WALL, TRUE): "at most 1.5"}
-    for column, name in ((WALL, "Wall time"), (CPU, "CPU time")):
-        for other in (TRUE, FLOOR):
-            ours, theirs = (bench.median(program, EMPTY_SIZE, column) for program in (TOOL, other))
-            yield (
-                f"{name} of an empty import",
-                seconds(ours),
-                f"{other} {seconds(theirs)}",
-                ratio([ours / theirs]),
-                wanted.get((column, other), ""),
-            )
+def memory_rows(bench):
+    start = bench.peak_memory(EMPTY)
+    for library in (MEDIUM, LARGE):
+        tracks = int(library[1])
+        size = (bench.peak_memory(library) - start) / tracks
+        name = f"Peak memory a track, {tracks:,} tracks, beyond the start's {start / 1e6:.1f} MB"
+        yield name, f"{size:.0f} bytes", "", "", "at most 220 bytes"
+
+
+def flush_rows(bench):
+    ours, without = (bench.median(program, MANY_PLAYLISTS, WALL) for program in (FLUSHED, UNFLUSHED))
+    name = f"Wall time of 100 playlists, {bench.system_calls(TOOL, MANY_PLAYLISTS).get('fsync', 0)} flushes"
+    reason = "none: it is what surviving a power cut costs"
+    yield name, seconds(ours), f"unflushed {seconds(without)}", f"{ours / without:.2f}", reason
 
 
 def system_call_rows(bench):
-    library = bench.data / str(TRACED_SIZE) / "iTunes Music Library.xml"
-    lines = 2 * library.read_bytes().count(b"\n")  # both passes read them all
-    tool, floor = bench.system_calls(TOOL), bench.system_calls(FLOOR)
-    for name, kinds, count in (
-        ("`read` calls a line read", ("read",), lines),
-        ("`lseek` calls a line read", ("lseek",), lines),
-        ("`sched_yield` calls a line read", ("sched_yield",), lines),
-        ("`write` calls a track", ("write",), TRACED_SIZE),
-        ("Status queries a track", STATUS_QUERIES, TRACED_SIZE),
+    lines = 2 * Path(bench.library(TRACED)).read_bytes().count(b"\n")  # both passes read them all
+    tool, floor = bench.system_calls(TOOL, TRACED), bench.system_calls(FLOOR, TRACED)
+    for name, kinds, count, wanted in (
+        ("`read` calls a line read", ("read",), lines, "1.00"),
+        ("`lseek` calls a line read", ("lseek",), lines, "2.00"),
+        ("`sched_yield` calls a line read", ("sched_yield",), lines, "as the floor"),
+        ("`write` calls a track", ("write",), int(TRACED[1]), "as the floor"),
+        ("Status queries a track", STATUS_QUERIES, int(TRACED[1]), "as the floor"),
     ):
         ours, theirs = (sum(calls.pop(kind, 0) for kind in kinds) / count for calls in (tool, floor))
-        yield (name, f"{ours:.3f}", f"floor {theirs:.3f}", "", "")
+        yield name, f"{ours:.2f}", f"floor {theirs:.2f}", "", wanted
     ours, theirs = (sum(calls.values()) for calls in (tool, floor))
-    yield (f"All other system calls, {TRACED_SIZE:,} tracks", f"{ours:,}", f"floor {theirs:,}", "", "")
+    yield f"All other system calls, {TRACED[1]} tracks", f"{ours}", f"floor {theirs}", "", "as the floor"
 
 
 def binary_rows(bench):
     stripped = Path(bench.scratch, "stripped")
     check(["strip", "-o", str(stripped), str(bench.build / "itunes-import")])
-    yield ("Binary, stripped", f"{stripped.stat().st_size:,} bytes", "", "", "under 60,000 bytes")
+    yield "Binary, stripped", f"{stripped.stat().st_size:,} bytes", "", "", "below 60,000 bytes"
     report = subprocess.run(["ldd", str(stripped)], stdout=subprocess.PIPE, check=True, text=True).stdout
     names = [line.split()[0] for line in report.splitlines()]
     libraries = [name for name in names if not name.startswith(("linux-vdso", "linux-gate", "/"))]
-    yield ("Libraries that it loads (ldd)", ", ".join(libraries), "", "", "libc.so.6")
-
-
-def processor():
-    for line in Path("/proc/cpuinfo").read_text().splitlines():
-        if line.startswith(("model name", "cpu\t")):
-            return line.split(":", 1)[1].strip()
-    return platform.machine()
+    yield "Libraries that it loads (`ldd`)", ", ".join(libraries), "", "", "libc.so.6"
 
 
 def print_table(rows, rounds):
+    models = [line for line in Path("/proc/cpuinfo").read_text().splitlines() if line.startswith("model name")]
+    processor = models[0].split(":", 1)[1].strip() if models else platform.machine()
     print(
-        f"{date.today()}, {processor()}, {os.cpu_count()} processors, Linux {platform.release()}. Medians of "
-        f"{rounds} interleaved rounds ({START_RUNS} for the empty import); a ratio is the median of the "
-        "rounds' ratios, with the least and the greatest. CPU time is user plus system.\n"
+        f"{date.today()}, {processor}, {os.cpu_count()} processors, Linux {platform.release()}. Medians of {rounds} "
+        f"interleaved rounds\n({START_RUNS} for the empty import).\n"
     )
     print("| Measure | itunes-import | Beside it | Ratio | Wanted |")
     print("|---|---|---|---|---|")
@@ -277,32 +226,26 @@ def print_table(rows, rounds):
 
 
 def main():
-    if len(sys.argv) not in (3, 4):
-        sys.exit("usage: measure.py BUILD DATA [ROUNDS]")
-    build, data = (Path(argument).resolve() for argument in sys.argv[1:3])
-    rounds = int(sys.argv[3]) if len(sys.argv) == 4 else 5
+    if len(sys.argv) != 4:
+        sys.exit("usage: measure.py BUILD DATA ROUNDS")
+    (build, data), rounds = (Path(text).resolve() for text in sys.argv[1:3]), int(sys.argv[3])
+    data.mkdir(parents=True, exist_ok=True)
     # Beside the data, so that the outputs land on the same file system as any other import's.
     with tempfile.TemporaryDirectory(dir=data, prefix="scratch-") as scratch:
         bench = Bench(build, data, scratch)
-        for other in (PLISTLIB, EXPAT):
-            if not bench.outputs_agree(TOOL, other):
-                sys.exit(f"measure.py: the tool and {other} left different files: nothing to compare")
-        progress("warming the caches")
-        for tracks in SIZES:
-            bench.run(FLOOR, tracks)
+        bench.compare_outputs(PLISTLIB, MEDIUM)
+        progress("warming up")
+        for library in (SMALL, MEDIUM, LARGE):
+            bench.sample(FLOOR, library)
+        bench.samples.clear()
         for number in range(rounds):
             progress(f"round {number + 1} of {rounds}")
             run_round(bench, number)
         progress("starts, memory, system calls")
-        run_starts(bench)
-        rows = [
-            *comparison_rows(bench),
-            *growth_rows(bench),
-            *memory_rows(bench),
-            *start_rows(bench),
-            *system_call_rows(bench),
-            *binary_rows(bench),
-        ]
+        for program in (TRUE, TOOL) * START_RUNS:
+            bench.sample(program, EMPTY)
+        groups = (time_rows, growth_rows, memory_rows, flush_rows, system_call_rows, binary_rows)
+        rows = [row for group in groups for row in group(bench)]
     print_table(rows, rounds)
 
 

@@ -1,30 +1,43 @@
-# What gets installed, and the packages: `cmake --install` and `cpack`.
+# What `cmake --install` installs. scripts/package makes the packages of it.
 include(GNUInstallDirs)
 
-install(TARGETS itunes-import itunes-items RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-install(FILES docs/itunes-import.1 docs/itunes-items.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
-install(FILES docs/itunes.import.items.5 DESTINATION ${CMAKE_INSTALL_MANDIR}/man5)
-foreach(program itunes-import itunes-items)
-  install(FILES completions/${program}.bash RENAME ${program}
-    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+# Whatever the umask of who installs: others have to get at the programs and pages.
+set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE
+  WORLD_READ WORLD_EXECUTE)
+
+foreach(program itunes-import itunes-items itunes-check)
+  if(TARGET ${program})
+    install(TARGETS ${program} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+  endif()
 endforeach()
-install(FILES CHANGELOG.md docs/why-is-it-missing.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
-install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR})
+foreach(script itunes-prepare itunes-import-night)
+  if(EXISTS ${CMAKE_SOURCE_DIR}/tools/${script})
+    install(PROGRAMS tools/${script} DESTINATION ${CMAKE_INSTALL_BINDIR})
+  endif()
+endforeach()
 
-set(CPACK_GENERATOR TGZ)
-set(CPACK_PACKAGE_NAME ${PROJECT_NAME})
-set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
-set(CPACK_PACKAGE_VENDOR "itunes-import maintainers")
-set(CPACK_PACKAGE_CONTACT "itunes-import maintainers <maintainers@users.noreply.c-seed-e8ca5ac9.example>")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY ${PROJECT_DESCRIPTION})
-set(CPACK_SYSTEM_NAME linux-${CMAKE_SYSTEM_PROCESSOR}) # in the tarball's name
-set(CPACK_STRIP_FILES ON)
+file(GLOB pages_1 CONFIGURE_DEPENDS docs/*.1)
+file(GLOB pages_5 CONFIGURE_DEPENDS docs/*.5)
+install(FILES ${pages_1} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+install(FILES ${pages_5} DESTINATION ${CMAKE_INSTALL_MANDIR}/man5)
+file(GLOB completions CONFIGURE_DEPENDS completions/*.bash)
+foreach(completion ${completions})
+  cmake_path(GET completion STEM program)
+  install(FILES ${completion} RENAME ${program} DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+endforeach()
 
-# The host's dpkg tells architecture and dependencies, so another target gets the tarball only.
-if(NOT CMAKE_CROSSCOMPILING)
-  list(APPEND CPACK_GENERATOR DEB)
-endif()
-set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-set(CPACK_DEBIAN_PACKAGE_SECTION sound)
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-include(CPack)
+# Laid out as here, so that the links from one to another lead somewhere.
+install(FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} FILES_MATCHING PATTERN *.md)
+install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} PATTERN *.in EXCLUDE)
+
+# The examples name the programs where they are: known at installation, since `--prefix` may choose another place.
+foreach(example systemd/itunes-import.service itunes-import.cron)
+  set(filled_in ${CMAKE_BINARY_DIR}/examples/${example})
+  install(CODE "
+    cmake_path(ABSOLUTE_PATH CMAKE_INSTALL_PREFIX OUTPUT_VARIABLE prefix)
+    cmake_path(APPEND prefix \"${CMAKE_INSTALL_BINDIR}\" OUTPUT_VARIABLE bindir)
+    configure_file(\"${CMAKE_SOURCE_DIR}/examples/${example}.in\" \"${filled_in}\" @ONLY)")
+  cmake_path(GET example PARENT_PATH folder)
+  install(FILES ${filled_in} DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples/${folder})
+endforeach()

@@ -7,20 +7,6 @@
 #include "common/upnp_text.h"
 #include "itunes/import_run.h"
 
-namespace {
-
-/// Copies a path with every "%%" read as one '%' and all else as it stands, cut to the buffer.
-void copy_reading_percents(char* buffer, uint32_t size, const char* path) {
-    uint32_t length = 0;
-    while (*path != '\0' && length + 1 < size) {
-        buffer[length++] = *path;
-        path += path[0] == '%' && path[1] == '%' ? 2 : 1;
-    }
-    buffer[length] = '\0';
-}
-
-} // namespace
-
 void import_move_files(const char* pattern, const char* source_directory, const char* destination_directory) {
     if (pattern == nullptr || source_directory == nullptr || destination_directory == nullptr) {
         return;
@@ -31,11 +17,23 @@ void import_move_files(const char* pattern, const char* source_directory, const 
         }
         char source[import_path_size];
         char destination[import_path_size];
-        copy_reading_percents(source, sizeof source, walk->entry_path);
+        import_move_source(source, sizeof source, walk->entry_path);
         upnp_format(destination, sizeof destination, "%s%c%s", destination_directory, '/', walk->entry_name);
         (void)upnp_file_unlink(destination); // mostly there is none
         (void)upnp_file_rename(source, destination);
     }
+}
+
+void import_move_source(char* buffer, uint32_t size, const char* path) {
+    if (buffer == nullptr || size == 0 || path == nullptr) {
+        return;
+    }
+    uint32_t length = 0;
+    while (*path != '\0' && length + 1 < size) {
+        buffer[length++] = *path;
+        path += path[0] == '%' && path[1] == '%' ? 2 : 1;
+    }
+    buffer[length] = '\0';
 }
 
 void import_remove_library_temp_files(const char* library_path) {

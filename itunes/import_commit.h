@@ -1,6 +1,8 @@
 #pragma once
 // The end of a run: its results leave the workspace by renames, so that the server finds whole files only.
 
+#include <cstdint>
+
 /// Moves every entry of `source_directory` whose name contains `pattern` anywhere to `destination_directory`,
 /// replacing a file of the same name there and nothing else. That one is unlinked first, so it is gone even
 /// where the rename then fails; the entry stays for a later run, the failure is logged by the file layer, and
@@ -8,6 +10,10 @@
 /// that such an entry stays where it is, and a file that bears the name so read, if there is one, is moved in
 /// its stead and under its name. The two directories must differ.
 void import_move_files(const char* pattern, const char* source_directory, const char* destination_directory);
+
+/// Copies the path under which import_move_files looks for the entry at `path` to `buffer` of `size` bytes, cut
+/// to fit: every "%%" read as one '%' and all else as it stands. An entry for which it differs stays.
+void import_move_source(char* buffer, uint32_t size, const char* path);
 
 /// Deletes iTunes' temporary files beside the library: the entries of its directory whose names begin with
 /// "iT" and contain ".tmp". Nothing happens for a path without a '/'.

@@ -3,7 +3,7 @@
 // has nobody listening; a companion that wants to know why something will not arrive sets an observer and
 // runs the same code, instead of reading the library by rules of its own.
 //
-//     const ImportObserver observer = {&my_state, on_track, on_playlist};
+//     const ImportObserver observer = {&my_state, on_line, on_track, on_playlist};
 //     import_observer = &observer;
 //     itunes_read_library(path, items);
 //     import_observer = nullptr;
@@ -47,7 +47,8 @@ struct PlaylistReport {
 };
 
 struct ImportObserver {
-    void* context; // the observer's own, handed to each function
+    void* context;                                    // the observer's own, handed to each function
+    void (*on_line)(void* context, const char* line); // each line of the library, before the first track
     void (*on_track)(void* context, const TrackReport* report);
     void (*on_playlist)(void* context, const PlaylistReport* report);
 };

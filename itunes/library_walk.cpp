@@ -5,6 +5,7 @@
 
 #include "common/upnp_memory.h"
 #include "itunes/folder_list.h"
+#include "itunes/import_observer.h"
 #include "itunes/playlist_reader.h"
 #include "itunes/plist_scanner.h"
 #include "itunes/track_list.h"
@@ -84,6 +85,9 @@ void scan_folders(UpnpFile* library) {
     PlistScanner scanner = {library, 0, {}};
     while (itunes_next_line(&scanner)) {
         (void)sched_yield(); // an import in the background leaves the processor to the server
+        if (import_observer != nullptr) {
+            import_observer->on_line(import_observer->context, scanner.line);
+        }
         if (itunes_line_holds(scanner.line, playlists_key)) {
             in_playlists = true;
         } else if (in_playlists) {

@@ -50,13 +50,16 @@ struct PlaylistState {
     PlaylistTally tally;
 };
 
-/// Copies the line's string into a buffer of the state, which keeps its text where there is none.
-void read_text(char* buffer, char* line) {
+/// Copies the line's string into a buffer of the state, which keeps its text where there is none. Returns
+/// whether there is one.
+bool read_text(char* buffer, char* line) {
     char* value = itunes_get_value(line, "string");
-    if (value != nullptr) {
-        upnp_copy_text(buffer, text_size, value);
-        upnp_free(value);
+    if (value == nullptr) {
+        return false;
     }
+    upnp_copy_text(buffer, text_size, value);
+    upnp_free(value);
+    return true;
 }
 
 bool is_skipped(const PlaylistState* state) {
@@ -79,13 +82,13 @@ void report_playlist(const PlaylistTally* tally) {
     import_observer->on_playlist(import_observer->context, &report);
 }
 
-void begin_tally(PlaylistState* state) {
+void begin_tally(PlaylistState* state, bool has_name) {
     PlaylistTally* tally = &state->tally;
     report_playlist(tally);
     *tally = {};
     tally->is_begun = true;
     tally->outcome = is_skipped(state) ? PlaylistOutcome::reserved_name : PlaylistOutcome::nothing_to_play;
-    upnp_copy_text(tally->title, sizeof tally->title, state->name);
+    upnp_copy_text(tally->title, sizeof tally->title, has_name ? state->name : nullptr);
 }
 
 /// Notes why a playlist is not exported: the first key says it, a name only where no key does.
@@ -176,10 +179,10 @@ void read_other_line(PlaylistState* state, char* line) {
 void read_line(PlaylistState* state, char* line) {
     if (itunes_line_holds(line, "<key>Name</key>")) {
         state->pending = true;
-        read_text(state->name, line);
-        begin_tally(state);
+        const bool has_name = read_text(state->name, line);
+        begin_tally(state, has_name);
     } else if (itunes_line_holds(line, "<key>Playlist Persistent ID</key>")) {
-        read_text(state->persistent_id, line);
+        (void)read_text(state->persistent_id, line);
     } else if (itunes_line_holds(line, "<key>Videos</key><true/>")) {
         state->type = video_type;
     } else {

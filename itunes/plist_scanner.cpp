@@ -15,13 +15,14 @@ constexpr uint32_t idle_read_limit = 16;
 
 constexpr uint32_t duration_size = 15; // "H:MM:SS.mmm", at most 14 characters
 
-/// Finds `opening` followed by the tag and '>': "<string>" or "</string>". Null if there is none.
-char* find_tag(char* text, const char* opening, const char* tag) {
-    const size_t opening_length = strlen(opening);
-    const size_t tag_length = strlen(tag);
-    for (char* found = strstr(text, opening); found != nullptr; found = strstr(found + 1, opening)) {
-        const char* name = found + opening_length;
-        if (strncmp(name, tag, tag_length) == 0 && name[tag_length] == '>') {
+/// Finds the opening tag ("<string>") or the closing one ("</string>"). Null if there is none.
+char* find_tag(char* text, bool is_closing, const char* tag, size_t tag_length) {
+    for (char* found = strchr(text, '<'); found != nullptr; found = strchr(found + 1, '<')) {
+        if (is_closing && found[1] != '/') {
+            continue;
+        }
+        const char* name = found + (is_closing ? 2 : 1);
+        if (*name == *tag && strncmp(name, tag, tag_length) == 0 && name[tag_length] == '>') {
             return found;
         }
     }
@@ -33,12 +34,13 @@ char* decode_value(char* line, const char* tag) {
     if (line == nullptr || tag == nullptr) {
         return nullptr;
     }
-    char* opening = find_tag(line, "<", tag);
+    const size_t tag_length = strlen(tag);
+    char* opening = find_tag(line, false, tag, tag_length);
     if (opening == nullptr) {
         return nullptr;
     }
-    char* value = opening + strlen(tag) + 2;
-    char* closing = find_tag(value, "</", tag);
+    char* value = opening + tag_length + 2;
+    char* closing = find_tag(value, true, tag, tag_length);
     if (closing == nullptr) {
         return nullptr;
     }

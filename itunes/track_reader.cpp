@@ -314,6 +314,11 @@ void itunes_read_track(int32_t track_id, UpnpFile* library, UpnpFile* items) {
     finish_track(track_id, &track, items);
 }
 
+const char* itunes_track_key(const char* line) {
+    const TrackKey* key = line == nullptr ? nullptr : find_key(line);
+    return key == nullptr ? nullptr : key->literal.data();
+}
+
 char* itunes_location_to_path(char* location) {
     if (location == nullptr) {
         return nullptr;

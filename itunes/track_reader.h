@@ -12,6 +12,10 @@
 /// listed. Does nothing for a null library. Yields the processor after every line.
 void itunes_read_track(int32_t track_id, UpnpFile* library, UpnpFile* items);
 
+/// Returns the key literal that the track reader takes from this line, as "<key>Name</key>"; with its value
+/// where that is part of it, as "<key>Protected</key><true/>". Null for none and for a null line.
+[[nodiscard]] const char* itunes_track_key(const char* line);
+
 /// Returns the local path in a decoded file URL as a new text that the caller frees: without its first 5
 /// characters ("file:"), or 16 where it holds "localhost" ("file://localhost"), the slash before a drive
 /// letter, the host of a network share, and one closing slash, which is cut off `location` itself. Empty

@@ -1,8 +1,30 @@
 # shellcheck shell=bash disable=SC2034
-# Shared by the scripts: where the project is, and how its needs get installed. Sourced, not run.
+# Shared by the scripts: where the project is, what they say of themselves, and how their needs get installed.
+# Sourced, not run.
 
+unset CDPATH # with it, cd may go elsewhere, and prints where it went
 project=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 cd "$project" || exit 1
+
+# print_help: the comment at the head of the script that runs.
+print_help() {
+  sed -n '1d; /^#/!q; s/^# \{0,1\}//p' "$project/scripts/${0##*/}"
+}
+
+# refuse TEXT...: says what is wrong with the arguments, and ends the script.
+refuse() {
+  printf '%s\n' "$*" "See scripts/${0##*/} --help" >&2
+  exit 2
+}
+
+# quietly COMMAND...: runs it and shows what it prints only where it fails.
+quietly() {
+  local output
+  if ! output=$("$@" 2>&1); then
+    printf '%s\n' "$output" "Failed: $*" >&2
+    return 1
+  fi
+}
 
 # need_packages PACKAGE...: installs those of Debian's packages that are missing, and says so. Where apt-get is
 # missing too it names what is needed and goes on: other systems may have it under other names.

@@ -17,8 +17,8 @@ try:
 
     gi.require_version("TotemPlParser", "1.0")
     from gi.repository import TotemPlParser
-except (ImportError, ValueError):
-    print("skipped: needs gir1.2-totemplparser-1.0, python3-gi and shared-mime-info")
+except (ImportError, ValueError) as missing:
+    print(f"skipped: wpl_client: {missing}; needs python3-gi, gir1.2-totemplparser-1.0 and shared-mime-info")
     sys.exit(77)
 
 outcomes = []

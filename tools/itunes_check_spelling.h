@@ -1,0 +1,31 @@
+#pragma once
+// Looks for a file that is not at its path under another spelling of the path: accents composed or
+// decomposed, upper or lower case, a plus sign where the import reads a blank. Letters are taken as equal
+// whatever their case in ASCII, Latin-1, Latin Extended-A, Greek and Cyrillic, with any accent.
+//
+// Directories are listed, files only asked for (stat). Neighbouring calls for paths of the same directories
+// share what they learned, and the work of all calls together is bounded.
+
+#include <cstdint>
+
+/// How a spelling differs; bits.
+constexpr uint32_t spelling_accents = 1;
+constexpr uint32_t spelling_case = 2;
+constexpr uint32_t spelling_plus = 4;
+constexpr uint32_t spelling_any = spelling_accents | spelling_case | spelling_plus;
+
+constexpr uint32_t spelling_path_size = 4096;
+
+struct SpellingResult {
+    bool is_known;            // false where the bound on the work is reached: the rest means nothing then
+    bool is_found;            // a file is there under another spelling
+    uint32_t differences;     // what differs, where it is found
+    uint32_t existing_length; // how many bytes of the path as it stands lead to a directory; 0 for none
+    char found[spelling_path_size];
+};
+
+/// Looks for the file at `path`, which does not exist, and fills `result`.
+void spelling_search(const char* path, SpellingResult* result);
+
+/// Frees what the calls remembered, and begins anew.
+void spelling_search_end();
