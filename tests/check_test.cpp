@@ -13,7 +13,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
-RunResult check(const std::vector<std::string>& arguments) { return run_program(TEST_CHECK_PROGRAM, arguments); }
+RunResult check(const std::vector<std::string>& arguments) {
+    return run_program(TEST_CHECK_PROGRAM, arguments);
+}
 
 std::string key(const std::string& name, const std::string& type, const std::string& value) {
     return "<key>" + name + "</key><" + type + ">" + value + "</" + type + ">\n";
@@ -28,21 +30,25 @@ std::string track(int id, const std::string& path, const std::string& more = "")
 
 /// Each with the first track as its item; `more` stands in front of the items.
 std::string playlist(const std::string& name, const std::string& more = "") {
-    return "<dict>\n" + key("Name", "string", name) + key("Playlist Persistent ID", "string", "ID-" + name) + more +
-           "<key>Playlist Items</key>\n<array>\n<dict>\n" + key("Track ID", "integer", "1") +
+    return "<dict>\n" + key("Name", "string", name) + key("Playlist Persistent ID", "string", "ID-" + name) +
+           more + "<key>Playlist Items</key>\n<array>\n<dict>\n" + key("Track ID", "integer", "1") +
            "</dict>\n</array>\n</dict>\n";
 }
 
 std::string library(const std::string& tracks, const std::string& playlists = "") {
-    return "<plist>\n<dict>\n" + key("Application Version", "string", "12.1") + "<key>Tracks</key>\n<dict>\n" + tracks +
-           "</dict>\n<key>Playlists</key>\n<array>\n" + playlists + "</array>\n</dict>\n</plist>\n";
+    return "<plist>\n<dict>\n" + key("Application Version", "string", "12.1") +
+           "<key>Tracks</key>\n<dict>\n" + tracks + "</dict>\n<key>Playlists</key>\n<array>\n" + playlists +
+           "</array>\n</dict>\n</plist>\n";
 }
 
 /// One field of the lines that begin with `start`, in order.
-std::vector<std::string> fields(const std::string& text, const std::string& start, char separator, size_t field) {
+std::vector<std::string> fields(const std::string& text, const std::string& start, char separator,
+                                size_t field) {
     std::vector<std::string> values;
     for (const std::string& line : split(text, '\n')) {
-        if (line.starts_with(start)) { values.push_back(split(line, separator).at(field)); }
+        if (line.starts_with(start)) {
+            values.push_back(split(line, separator).at(field));
+        }
     }
     return values;
 }
@@ -58,8 +64,12 @@ std::string moved(const std::string& text) {
             continue;
         }
         const std::string path = fs::current_path().string() + "/media/" + std::to_string(++number) + ".mp3";
-        if (number % 3 != 0) { write_file(path, ""); }
-        if (number % 7 == 0) { result += "<key>Protected</key><true/>\n"; }
+        if (number % 3 != 0) {
+            write_file(path, "");
+        }
+        if (number % 7 == 0) {
+            result += "<key>Protected</key><true/>\n";
+        }
         result += key("Location", "string", "file://localhost" + path);
     }
     return result;
@@ -74,7 +84,9 @@ void expect_as_imported(const std::string& text) {
     std::vector<std::string> files = fields(list, "playlist\tfile\t", '\t', 2);
     std::vector<std::string> written;
     for (const fs::directory_entry& entry : fs::directory_iterator("db")) {
-        if (entry.path().extension() == ".wpl") { written.push_back(entry.path().filename()); }
+        if (entry.path().extension() == ".wpl") {
+            written.push_back(entry.path().filename());
+        }
     }
     std::ranges::sort(files);
     std::ranges::sort(written);
@@ -91,9 +103,9 @@ std::string random_library(unsigned seed) {
     for (int id = 2; id < 40; ++id) {
         tracks += track(id, any({"/there/a.mp3", "/there/b.m4v", "", "//host/c"}),
                         any({"", "", "<key>Protected</key><true/>\n", key("Track Type", "string", "URL")}));
-        playlists +=
-            playlist(any({"A/B", "A B", "A&#38;B", "Music", "100%% x", "Ü", std::string(250, 'n')}),
-                     any({"", "<key>Smart Info</key>\n", "<key>Videos</key><true/>\n", "<key>Folder</key><true/>\n"}));
+        playlists += playlist(
+            any({"A/B", "A B", "A&#38;B", "Music", "100%% x", "Ü", std::string(250, 'n')}),
+            any({"", "<key>Smart Info</key>\n", "<key>Videos</key><true/>\n", "<key>Folder</key><true/>\n"}));
     }
     return library(tracks, playlists);
 }
@@ -103,7 +115,9 @@ TEST(Check, ListsWhatAnImportWrites) {
     std::vector<std::string> libraries = {source_path("examples/iTunes Music Library.xml")};
     if (const char* more = getenv("ITUNES_IMPORT_LIBRARIES"); more != nullptr) {
         for (const fs::directory_entry& entry : fs::directory_iterator(more)) {
-            if (entry.path().extension() == ".xml") { libraries.push_back(entry.path()); }
+            if (entry.path().extension() == ".xml") {
+                libraries.push_back(entry.path());
+            }
         }
     }
     for (const std::string& path : libraries) {
@@ -123,12 +137,14 @@ TEST(Check, TellsWhyAndWritesNothing) {
     write_file("there.mp3", "");
     write_file("iTunes.tmp", ""); // of the kind that an import deletes
     const std::string here = folder.path() + "/";
-    write_file("library.xml", library(track(1, here + "there.mp3") + track(2, here + "%09%5C") + track(3, ""),
-                                      playlist("A/B") + playlist("A B") + playlist("100%%") + playlist("Music")));
+    write_file("library.xml",
+               library(track(1, here + "there.mp3") + track(2, here + "%09%5C") + track(3, ""),
+                       playlist("A/B") + playlist("A B") + playlist("100%%") + playlist("Music")));
     const Tree before = read_tree(".");
     const RunResult listed = check({"--list", "library.xml"});
     EXPECT_EQ(listed.status, 0);
-    EXPECT_EQ(listed.out, "track\trecord\t1\tSong 1\t" + here + "there.mp3\ntrack\tmissing\t2\tSong 2\t" + here +
+    EXPECT_EQ(listed.out, "track\trecord\t1\tSong 1\t" + here + "there.mp3\ntrack\tmissing\t2\tSong 2\t" +
+                              here +
                               "\\x09\\\\\ntrack\tno-location\t3\tSong 3\t\n"
                               "playlist\treplaced\tiTunes-playlist-A_B##M.wpl\tA/B\n"
                               "playlist\tfile\tiTunes-playlist-A_B##M.wpl\tA B\n"
@@ -143,8 +159,9 @@ TEST(Check, FindsOtherSpellings) {
         write_file(name, "");
     }
     const std::string media = folder.path() + "/media/";
-    write_file("library.xml", library(track(1, media + "Caf\u00E9/a.mp3") + track(2, media + "Salt+Pepper.mp3") +
-                                      track(3, media + "\u00E9te\u0301.mp3") + track(4, media + "none.mp3")));
+    write_file("library.xml",
+               library(track(1, media + "Caf\u00E9/a.mp3") + track(2, media + "Salt+Pepper.mp3") +
+                       track(3, media + "\u00E9te\u0301.mp3") + track(4, media + "none.mp3")));
     const std::string summary = check({"library.xml"}).out;
     EXPECT_NE(summary.find("3 of the missing files are there"), std::string::npos) << summary;
     EXPECT_NE(summary.find("Cafe\u0301/a.mp3"), std::string::npos) << summary;
@@ -154,7 +171,9 @@ TEST(Check, FailsWithALine) {
     const TempDir folder;
     write_file("there.mp3", "");
     std::string tracks;
-    for (int id = 1; id <= 5; ++id) { tracks += track(id, folder.path() + (id < 4 ? "/there.mp3" : "/none.mp3")); }
+    for (int id = 1; id <= 5; ++id) {
+        tracks += track(id, folder.path() + (id < 4 ? "/there.mp3" : "/none.mp3"));
+    }
     const std::string good = library(tracks);
     std::string minified = good;
     std::erase(minified, '\n');
@@ -196,13 +215,16 @@ TEST(Check, FailsWithALine) {
 TEST(Check, LeavesNoScratchDirectoryWhenEnded) {
     const TempDir folder;
     std::string tracks;
-    for (int id = 0; id < 4000; ++id) { tracks += track(id, ""); } // more lines than a pipe holds
+    for (int id = 0; id < 4000; ++id) {
+        tracks += track(id, "");
+    } // more lines than a pipe holds
     write_file("library.xml", library(tracks));
-    const int status = system("mkdir scratch && mkfifo out && sleep 60 <out & sleeper=$!\n"
-                              "until [ -p out ]; do sleep 0.1; done\n"
-                              "TMPDIR=scratch " TEST_EMULATOR " '" TEST_CHECK_PROGRAM "' --list library.xml >out &\n"
-                              "until [ -n \"$(ls scratch)\" ]; do sleep 0.1; done\n"
-                              "kill -TERM $!; wait $!; status=$?; kill $sleeper; exit $status");
+    const int status =
+        system("mkdir scratch && mkfifo out && sleep 60 <out & sleeper=$!\n"
+               "until [ -p out ]; do sleep 0.1; done\n"
+               "TMPDIR=scratch " TEST_EMULATOR " '" TEST_CHECK_PROGRAM "' --list library.xml >out &\n"
+               "until [ -n \"$(ls scratch)\" ]; do sleep 0.1; done\n"
+               "kill -TERM $!; wait $!; status=$?; kill $sleeper; exit $status");
     EXPECT_EQ(WEXITSTATUS(status), 128 + SIGTERM);
     EXPECT_TRUE(fs::exists("scratch"));
     EXPECT_TRUE(fs::is_empty("scratch"));

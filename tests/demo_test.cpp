@@ -24,13 +24,14 @@ TEST(LayOut, TouchesNothingOutsideItsFolder) {
          music + "/song.mp3"},
         {"a string before its key", "<string>12345" + music + "/song.mp3</string><key>Location</key>\n",
          music + "/song.mp3"},
-        {"other prefixes", location("12345" + music + "/song.mp3") + location("http://host" + music + "/new/"),
-         music + "/new"},
+        {"other prefixes",
+         location("12345" + music + "/song.mp3") + location("http://host" + music + "/new/"), music + "/new"},
         {"encoded dots and slashes",
          location("file:///x%2F%2e%2E%2f..%2F&#46;&#46;&#47;../../../../../../.." + music + "/new.mp3") +
              location("file:..%2Fnew.mp3") + location("file:///%2e%2e/out.mp3%00/"),
          "/x" + music + "/new.mp3"},
-        {"links", location("file:///link/song.mp3") + location("file:///link/new.mp3") + location("file:///link.mp3"),
+        {"links",
+         location("file:///link/song.mp3") + location("file:///link/new.mp3") + location("file:///link.mp3"),
          "/link"},
     };
     for (const auto& row : rows) {
@@ -50,8 +51,9 @@ TEST(LayOut, TouchesNothingOutsideItsFolder) {
         const std::string copy = after["out/library/iTunes Music Library.xml"];
         EXPECT_EQ(copy.find("<key>Location</key><string>file://localhost/"), std::string::npos) << copy;
         EXPECT_EQ(copy.find("12345"), std::string::npos) << copy;
-        std::erase_if(
-            after, [&](const auto& entry) { return entry.first.starts_with("out/") && !before.contains(entry.first); });
+        std::erase_if(after, [&](const auto& entry) {
+            return entry.first.starts_with("out/") && !before.contains(entry.first);
+        });
         EXPECT_EQ(after, before);
     }
 }

@@ -1,48 +1,170 @@
-// The file layer on real files: what it keeps, how wide its numbers are, where walks and scans end.
+// The file layer on real files: what it keeps, returns and logs, how wide its numbers are, where walks end.
 
 #include "tests/support.h"
 
 #include <fcntl.h>
+#include <functional>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "common/upnp_dirwalk.h"
 #include "common/upnp_fileio.h"
+#include "common/upnp_log.h"
+#include "common/upnp_memory.h"
 #include "itunes/plist_scanner.h"
+#include "server/common/upnp_items.h"
 
 namespace {
 
 class FileLayer : public testing::Test {
 protected:
+    void TearDown() override { EXPECT_EQ(std::pair(upnp_mem_in_use(), open_files()), before_); }
+
     TempDir folder_;
+    const std::pair<int32_t, int64_t> before_ = (upnp_mem_init(), std::pair(upnp_mem_in_use(), open_files()));
 };
+
+/// What `work` logs, of every category and level.
+std::string logged(const std::function<void()>& work) {
+    upnp_log_init(nullptr);
+    upnp_log_set_mask(upnp_log_system | upnp_log_db);
+    const std::string log = mask_times(stdout_of(work));
+    upnp_log_set_mask(0);
+    upnp_log_close();
+    return log;
+}
 
 size_t count_lines(UpnpFile* library) {
     PlistScanner scanner = {library, 0, {}};
     size_t lines = 0;
-    while (itunes_next_line(&scanner)) { ++lines; }
+    for (; itunes_next_line(&scanner); ++lines) {
+    }
     upnp_file_close(library);
     return lines;
 }
 
+int32_t close_stale() {
+    auto* file = static_cast<UpnpFile*>(upnp_calloc(1, sizeof(UpnpFile)));
+    file->descriptor = 999;
+    return upnp_file_close(file), 0;
+}
+
 } // namespace
+
+TEST_F(FileLayer, WorksWithoutAWord) {
+    const mode_t mask = umask(0);
+    const auto write = [](UpnpFile* file, int64_t size, const char* text) {
+        EXPECT_EQ(file->size, size);
+        const auto length = static_cast<uint32_t>(strlen(text));
+        EXPECT_EQ(upnp_file_write(file, text, length), static_cast<int32_t>(length));
+        upnp_file_sync(file);
+        file->blocks = static_cast<UpnpFileBlock*>(upnp_calloc(1, sizeof(UpnpFileBlock)));
+        file->blocks->data = upnp_malloc(1);
+        upnp_file_close(file);
+    };
+    EXPECT_EQ(
+        logged([&] {
+            EXPECT_EQ(upnp_file_mkdir("d") | upnp_file_create_path("d/") | upnp_file_create_path("/"), 0);
+            write(upnp_file_open_write("d/f"), 0, "long\n");
+            write(upnp_file_open_write("d/f"), 0, "s"); // from the start, cutting nothing
+            write(upnp_file_open_append("d/f"), 5, "end");
+            write(upnp_file_open_append("new"), 0, "");
+            EXPECT_EQ(upnp_file_exists("d/f"), 1);
+            EXPECT_EQ(upnp_file_rename("d/f", "f") | upnp_file_rename("new", "d/f") | upnp_file_unlink("d/f"),
+                      0);
+        }),
+        "");
+    upnp_file_close(upnp_file_open_append("new"));
+    EXPECT_EQ(read_tree("."), (Tree{{"d/", ""}, {"f", "song\nend"}, {"new", ""}}));
+    for (const auto& [path, mode] : std::map<const char*, mode_t>{{"d", 0777}, {"new", 0644}, {"f", 0644}}) {
+        UpnpFileStat status = {};
+        EXPECT_EQ(upnp_file_stat(path, &status), 0);
+        EXPECT_EQ(status.mode & 07777U, mode) << path;
+    }
+    umask(mask);
+}
+
+TEST_F(FileLayer, ReturnsAndLogsWhatFails) {
+    write_file("file", "x");
+    write_file("dir/file", "");
+    UpnpFile stale = {999, 9, 0, nullptr}; // a descriptor that nothing has
+    UpnpFileStat status = {};
+    char line[8] = "";
+    std::string all;
+    const auto show = [&](const char* operation, const std::function<int64_t()>& work) {
+        int64_t result = 0;
+        const std::string log = logged([&] { result = work(); });
+        all += operation + (" = " + std::to_string(result)) + "\n" + log;
+    };
+#define SHOW(operation) show(#operation, [&] { return int64_t{operation}; })
+    SHOW(upnp_file_open_write("no/f") != nullptr);
+    SHOW(upnp_file_open_write(nullptr) != nullptr);
+    SHOW(upnp_file_open_read("no") != nullptr);
+    SHOW(upnp_file_open_append("no/f") != nullptr);
+    SHOW(upnp_file_exists("no"));
+    SHOW(upnp_file_stat("no", &status));
+    SHOW(upnp_file_rename("no", "to"));
+    SHOW(upnp_file_unlink("no"));
+    SHOW(upnp_dir_unlink("dir"));
+    SHOW(upnp_file_mkdir("file"));
+    SHOW(upnp_file_create_path("file/a/b"));
+    SHOW(upnp_file_create_path("C:/e/f"));
+    SHOW(upnp_file_create_path("C:e"));
+    SHOW(upnp_file_create_path(""));
+    SHOW(upnp_file_create_path("a/b/c"));
+    SHOW(upnp_file_create_path("dir/b/"));
+    SHOW(upnp_file_write(&stale, "abc", 3));
+    SHOW(*upnp_file_read_line(line, 5, &stale));
+    SHOW(upnp_file_at_end(&stale));
+    SHOW(close_stale());
+    SHOW(upnp_database_object_create_from_data("16FFFx", 6) != nullptr);
+    expect_golden(all, "failures.txt");
+    EXPECT_EQ(read_tree("."), (Tree{{"file", "x"},
+                                    {"dir/", ""},
+                                    {"dir/file", ""},
+                                    {"dir/b/", ""},
+                                    {"a/", ""},
+                                    {"a/b/", ""},
+                                    {"a/b/c/", ""},
+                                    {"C:e/", ""}}));
+}
 
 TEST_F(FileLayer, ReportsSizesOffsetsAndTimesIn64Bits) {
     const off_t size = off_t{5} << 30;
     const timespec times[] = {{4'000'000'000, 0}, {4'100'000'000, 0}}; // accessed and modified after 2038
     write_file("f", "");
-    ASSERT_EQ(truncate("f", size), 0);
-    ASSERT_EQ(utimensat(AT_FDCWD, "f", times, 0), 0);
+    ASSERT_EQ(truncate("f", size) | utimensat(AT_FDCWD, "f", times, 0), 0);
     UpnpFileStat status = {0, 0, 0, 42, 0, 0};
     EXPECT_EQ(upnp_file_stat("f", &status), 0);
     EXPECT_EQ(status.size, size);
     EXPECT_EQ(status.access_time, 4'000'000'000);
-    EXPECT_EQ(status.modification_time, 4'100'000'000);
-    EXPECT_EQ(status.change_time, 4'100'000'000);
+    EXPECT_EQ(std::pair(status.modification_time, status.change_time),
+              std::pair(times[1].tv_sec, times[1].tv_sec));
     EXPECT_EQ(status.reserved, 42);
     UpnpFile* file = upnp_file_open_read("f");
     ASSERT_EQ(lseek(file->descriptor, size - 1, SEEK_SET), size - 1);
     EXPECT_EQ(count_lines(file), 1U) << "one byte is left";
+}
+
+TEST_F(FileLayer, ReadsLinesThatFitABufferOfEightBytes) {
+    using namespace std::string_literals;
+    write_file("lines", "\n\na\r\n123456\n1234567\n12345678\n123456781234567812\na\0b\nx"s);
+    UpnpFile* file = upnp_file_open_read("lines");
+    std::string lines;
+    std::string buffer(9, '?');
+    while (upnp_file_at_end(file) == 0) {
+        const int64_t start = file->position;
+        std::ranges::fill(buffer, '?');
+        EXPECT_EQ(upnp_file_read_line(buffer.data(), 8, file), buffer.data());
+        const auto length = static_cast<size_t>(file->position - start);
+        EXPECT_EQ(buffer[length], length == 8 ? '?' : '\0') << "what stands behind the line";
+        EXPECT_EQ(buffer[8], '?') << "what stands behind the buffer";
+        lines += "[" + buffer.substr(0, length) + "]";
+    }
+    EXPECT_EQ(lines,
+              "[\n][\n][a\r\n][123456\n][1234567\n][12345678][\n][12345678][12345678][12\n][a\0b\n][x]"s);
+    EXPECT_STREQ(upnp_file_read_line(buffer.data(), 8, file), "");
+    upnp_file_close(file);
 }
 
 TEST_F(FileLayer, WalksWhatIsNotHidden) {
@@ -50,12 +172,17 @@ TEST_F(FileLayer, WalksWhatIsNotHidden) {
         write_file(name, "");
     }
     ASSERT_EQ(symlink("sub", "d/link") | symlink("nowhere", "d/dangling"), 0);
-    std::map<std::string, int> seen;
-    for (UpnpDirWalk* walk = upnp_dir_open("d/"); walk != nullptr; walk = upnp_dir_next(walk)) {
-        seen[walk->entry_path] = 10 * walk->is_directory + walk->is_link;
+    for (const char* path : {"d", "d/"}) {
+        std::map<std::string, int> seen;
+        for (UpnpDirWalk* walk = upnp_dir_open(path); walk != nullptr; walk = upnp_dir_next(walk)) {
+            EXPECT_EQ(walk->entry_path, std::string("d/") + walk->entry_name);
+            seen[walk->entry_name] = 10 * walk->is_directory + walk->is_link;
+        }
+        EXPECT_EQ(seen,
+                  (std::map<std::string, int>{{"dangling", 1}, {"link", 11}, {"plain", 0}, {"sub", 10}}));
     }
-    EXPECT_EQ(seen, (std::map<std::string, int>{{"d/dangling", 1}, {"d/link", 11}, {"d/plain", 0}, {"d/sub", 10}}));
-    for (const char* path : {"empty", "missing", "/proc", "/procedures", static_cast<const char*>(nullptr)}) {
+    upnp_dir_close(upnp_dir_open("d"));
+    for (const char* path : {"empty", "missing", "/proc", "/procedures"}) {
         EXPECT_EQ(upnp_dir_open(path), nullptr);
     }
 }
@@ -64,7 +191,9 @@ TEST_F(FileLayer, ScanningEndsWhereReadingMovesNothing) {
     write_file("three", "a\nb\nc");
     ASSERT_EQ(mkfifo("fifo", 0600), 0);
     const std::map<const char*, size_t> rows = {{"three", 3}, {"missing", 0}, {"fifo", 0}, {"/dev/zero", 0}};
-    for (const auto& [path, lines] : rows) { EXPECT_EQ(count_lines(itunes_open_library(path)), lines) << path; }
+    for (const auto& [path, lines] : rows) {
+        EXPECT_EQ(count_lines(itunes_open_library(path)), lines) << path;
+    }
     EXPECT_LE(count_lines(itunes_open_library(".")), 16U) << "a directory opens, but never reads";
     UpnpFile* file = itunes_open_library("three");
     ASSERT_EQ(truncate("three", 2), 0);

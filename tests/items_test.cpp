@@ -9,8 +9,8 @@
 namespace {
 
 /// Runs the program where a file "i" holds the items.
-void check(const std::vector<std::string>& arguments, const std::string& items, int status, const std::string& out,
-           const std::string& err = "") {
+void check(const std::vector<std::string>& arguments, const std::string& items, int status,
+           const std::string& out, const std::string& err = "") {
     SCOPED_TRACE(testing::PrintToString(arguments) + " of " + items.substr(0, 80));
     const TempDir folder;
     write_file("i", items);
@@ -35,11 +35,12 @@ TEST(Items, PrintsRecordsForPeopleAndForPrograms) {
     const std::string long_value(4095, 'v');
     check({"--", "i"}, marker + entry("14", long_value) + entry("16", long_value), 0,
           "upnp:artist: " + long_value + "\ndc:title: " + long_value + "\n");
-    const std::string items = marker + "CF00244\n03006object\n" + entry("01", marker + "14003x") + "14004Blue\n" +
-                              marker + marker + "CC003abc\n210042005\n200017\nD0001x\n" +
+    const std::string items = marker + "CF00244\n03006object\n" + entry("01", marker + "14003x") +
+                              "14004Blue\n" + marker + marker + "CC003abc\n210042005\n200017\nD0001x\n" +
                               entry("39", "a\x1b[2J\\\"\n\x7f") + entry("24", "\xC3\xA9\xFF\xC3");
     check({"i"}, items, 0,
-          "dc:title: Blue\nid: >>>>\\x0A14003x\nupnp:class: object\nqx:wav_header_size: 44\n\n(no properties)\n\n"
+          "dc:title: Blue\nid: >>>>\\x0A14003x\nupnp:class: object\nqx:wav_header_size: 44\n\n(no "
+          "properties)\n\n"
           "upnp:albumArtURI: \xC3\xA9\xFF\xC3\nupnp:albumArtURI: a\\x1B[2J\\\\\"\\x0A\\x7F\n"
           "property 208: x\nqx:rating: 5\nproperty 204: abc\n");
     check({"--json", "i"}, items, 0,
@@ -50,7 +51,8 @@ TEST(Items, PrintsRecordsForPeopleAndForPrograms) {
           "\n");
     // Overlong forms, a surrogate and what lies beyond the last character are no characters; their limits are.
     const std::string limits = "\xE0\xA0\x80\xED\x9F\xBF\xF0\x90\x80\x80\xF4\x8F\xBF\xBF";
-    check({"--json", "i"}, marker + entry("14", "\xC1\xBF\xE0\x9F\xED\xA0\xF0\x8F\xF4\x90" + limits + "\xC2\x9B"), 0,
+    check({"--json", "i"},
+          marker + entry("14", "\xC1\xBF\xE0\x9F\xED\xA0\xF0\x8F\xF4\x90" + limits + "\xC2\x9B"), 0,
           "{\"dc:title\":\"����������" + limits + "\\u009B\"}\n");
 }
 
@@ -75,8 +77,11 @@ TEST(Items, SaysWhatIsWrongBehindWhatIsPrinted) {
     check({"i"}, blue + "16004Ba", 1, "dc:title: Blue\n", damaged + "15: the file ends inside this entry\n");
     check({"i"}, marker + "1X004Blue\n", 1, "", damaged + "5: neither an entry nor a record begins here\n");
     std::string large = marker;
-    while (large.size() < 1 << 20) { large += entry("14", std::string(4090, 'v')); } // 256 entries and a marker
-    check({"--count", "i"}, blue + large.substr(0, large.size() - 4096) + blue, 0, "3 (no class)\n3 records\n");
+    while (large.size() < 1 << 20) {
+        large += entry("14", std::string(4090, 'v'));
+    } // 256 entries and a marker
+    check({"--count", "i"}, blue + large.substr(0, large.size() - 4096) + blue, 0,
+          "3 (no class)\n3 records\n");
     check({"i"}, blue + large + blue, 1, "dc:title: Blue\n",
           damaged + "15: the record that begins here is larger than 1 MiB\n");
     check({"--count", "i"}, "<?xml", 1, "", "itunes-items: i: not an items file\n");
@@ -124,18 +129,19 @@ TEST(RecordEnd, IsFoundByTheLengthsAlone) {
 }
 
 TEST(Class, IsToldByPartsOfItsText) {
-    const std::vector<std::pair<std::string, std::string>> rows = {// container, online, image, video, audio
-                                                                   {".D.E.L.E.T.E.D.", "00000"},
-                                                                   {"object.container", "10000"},
-                                                                   {"object.item.imageItem.photo", "00100"},
-                                                                   {"object.item.videoItem.movie", "00010"},
-                                                                   {"my.audioItem.online.container", "11001"}};
+    const std::vector<std::pair<std::string, std::string>> rows = {
+        // container, online, image, video, audio
+        {".D.E.L.E.T.E.D.", "00000"},
+        {"object.container", "10000"},
+        {"object.item.imageItem.photo", "00100"},
+        {"object.item.videoItem.movie", "00010"},
+        {"my.audioItem.online.container", "11001"}};
     for (auto [text, wanted] : rows) {
         const MediaObject object = {upnp_property_class, 1, text.data(), nullptr};
         std::string told;
         for (const auto& test :
-             {upnp_database_object_is_container, upnp_database_object_is_online, upnp_database_object_is_image,
-              upnp_database_object_is_video, upnp_database_object_is_audio}) {
+             {upnp_database_object_is_container, upnp_database_object_is_online,
+              upnp_database_object_is_image, upnp_database_object_is_video, upnp_database_object_is_audio}) {
             told += std::to_string(test(&object));
             EXPECT_EQ(test(nullptr), 0);
         }

@@ -1,6 +1,9 @@
-// The log: what a line looks like, and where it goes when the file fails.
+// The log: what a line looks like, when it is wanted, and where it goes when the file fails.
 
 #include "tests/support.h"
+
+#include <sys/stat.h>
+#include <sys/time.h>
 
 #include "common/upnp_log.h"
 #include "common/upnp_memory.h"
@@ -19,11 +22,19 @@ protected:
     }
 };
 
+/// What the clock on the wall shows, as a log line has it.
+std::string clock_time() {
+    timeval now = {};
+    gettimeofday(&now, nullptr);
+    char text[20];
+    strftime(text, sizeof text, "%H:%M:%S:", localtime(&now.tv_sec));
+    return text + std::to_string(1000 + now.tv_usec / 1000).substr(1) + " ";
+}
+
 } // namespace
 
 TEST_F(Log, WritesTimeMessageAndLineFeedCutAtTheBuffer) {
     EXPECT_EQ(mask_times(stdout_of([] { upnp_log_message(0, "a %s ", "%n%s"); })), "TIME a %n%s \n");
-    EXPECT_EQ(stdout_of([] { upnp_log_write_raw("raw %s"); }), "raw %s");
     const std::string message(9000, 'm');
     const std::string line = stdout_of([&] { upnp_log_message(0, "%s", message.c_str()); });
     EXPECT_EQ(line.size(), 8191U + 1);
@@ -31,6 +42,57 @@ TEST_F(Log, WritesTimeMessageAndLineFeedCutAtTheBuffer) {
     upnp_log_close();
     EXPECT_EQ(stderr_of([] { upnp_log_message(0, "raw %s", "x"); }),
               "upnp_log_message - LogCriticalSection not initialized! (raw %s)\n");
+    EXPECT_EQ(stdout_of([] { upnp_log_write_raw("raw %s"); }), "raw %s");
+}
+
+TEST_F(Log, TellsTheLocalTimeToTheMillisecond) {
+    setenv("TZ", "FAR-05:30", 1);
+    tzset();
+    char text[20];
+    for (int round = 0; round < 20; ++round) {
+        const std::string before = clock_time();
+        upnp_log_timestamp(text, sizeof text);
+        const std::string after = clock_time();
+        EXPECT_TRUE((before <= text && text <= after) || after < before) << text; // but around midnight
+    }
+    upnp_log_timestamp(text, 4);
+    EXPECT_EQ(text[2] + std::string(text + 3), ":");
+}
+
+TEST_F(Log, WantsWhatTheMaskHoldsAndWhatIsRaised) {
+    const struct {
+        uint32_t mask, category, level;
+        int32_t is_wanted;
+    } rows[] = {{0, 128, 4, 0}, {128, 128, 1, 1}, {128, 1, 1, 0},   {128, 4, 1, 0},
+                {128, 1, 2, 1}, {128, 1, 4, 1},   {128, 1, 5, 0},   {128, 1, 0, 0},
+                {4, 0, 1, 1},   {129, 129, 1, 1}, {128, 129, 1, 0}, {4, 8, ~0U, 0}};
+    for (const auto& [mask, category, level, is_wanted] : rows) {
+        upnp_log_set_mask(mask);
+        EXPECT_EQ(upnp_log_check(category, level), is_wanted) << mask << ' ' << category << ' ' << level;
+    }
+}
+
+TEST_F(Log, AppendsToItsFileUntilItIsClosed) {
+    const TempDir folder;
+    write_file("log", "earlier\n");
+    const int64_t before = open_files();
+    EXPECT_EQ(upnp_log_init("log"), 1);
+    EXPECT_EQ(upnp_log_init("log"), 1) << "closes the file that was open";
+    EXPECT_EQ(stdout_of([] { upnp_log_message(0, "line"), upnp_log_write_raw("raw"), upnp_log_flush(); }),
+              "");
+    EXPECT_EQ(open_files(), before + 1);
+    upnp_log_close();
+    EXPECT_EQ(open_files(), before);
+    EXPECT_EQ(mask_times(read_file("log")), "earlier\nTIME line\nraw");
+    EXPECT_EQ(upnp_log_init(nullptr), 1);
+    EXPECT_EQ(stdout_of([] {
+                  upnp_log_write_raw("flushed");
+                  upnp_log_flush();
+                  struct stat status = {};
+                  EXPECT_EQ(fstat(STDOUT_FILENO, &status), 0);
+                  EXPECT_EQ(status.st_size, 7);
+              }),
+              "flushed");
 }
 
 TEST_F(Log, FallsBackToTheConsoleForGoodWhateverTheMask) {
@@ -42,9 +104,16 @@ TEST_F(Log, FallsBackToTheConsoleForGoodWhateverTheMask) {
             upnp_log_message(0, "%s", "second");
         }));
         if (mask == 129U) { // the failing write logs itself, once
-            EXPECT_EQ(printed.find("TIME LOG_SYSTEM:file_write error (errno=28,filedescriptor="), 0U) << printed;
+            EXPECT_EQ(printed.find("TIME LOG_SYSTEM:file_write error (errno=28,filedescriptor="), 0U)
+                << printed;
             printed.erase(0, printed.find('\n') + 1);
         }
         EXPECT_EQ(printed, "can't write log file\nTIME first\nTIME second\n") << mask;
     }
+    const TempDir folder; // which cannot be written as a file
+    upnp_log_set_mask(0);
+    EXPECT_EQ(stdout_of([] {
+                  EXPECT_EQ(stderr_of([] { EXPECT_EQ(upnp_log_init("."), 0); }), "can't open log file (.)\n");
+              }),
+              "can't open log file (.)\n");
 }

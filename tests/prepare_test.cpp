@@ -11,7 +11,9 @@ constexpr char python[] = "/usr/bin/python3";
 class Prepare : public testing::Test {
 protected:
     void SetUp() override {
-        if (run_program(python, {"--version"}).status != 0) { GTEST_SKIP() << "needs " << python; }
+        if (run_program(python, {"--version"}).status != 0) {
+            GTEST_SKIP() << "needs " << python;
+        }
     }
     RunResult prepare(std::vector<std::string> arguments) {
         arguments.insert(arguments.begin(), source_path("tools/itunes-prepare"));
@@ -38,7 +40,9 @@ std::string with_names_late(const std::string& library) {
             continue;
         }
         for (const char* follower : {"\t\t\t<key>Smart Info<", "\t\t\t<key>Playlist Items<", "\t\t</dict>"}) {
-            if (line.starts_with(follower)) { moved += std::exchange(name, ""); }
+            if (line.starts_with(follower)) {
+                moved += std::exchange(name, "");
+            }
         }
         moved += line + "\n";
     }
@@ -50,13 +54,17 @@ std::string imported(const std::string& database) {
     std::string text;
     const auto take = [&text](const std::string& bytes, const std::vector<std::string>& starts) {
         for (const std::string& line : split(bytes, '\n')) {
-            for (const std::string& start : starts) { text += line.starts_with(start) ? line + "\n" : ""; }
+            for (const std::string& start : starts) {
+                text += line.starts_with(start) ? line + "\n" : "";
+            }
         }
     };
     const RunResult items = run_program(TEST_ITEMS_PROGRAM, {database + "/itunes.import.items"});
     take(items.out, {"dc:title: ", "upnp:artist: ", "upnp:album: ", "res: "});
     for (const auto& [path, bytes] : read_tree(database)) {
-        if (path.ends_with(".wpl")) { take(bytes, {"  <title>", "   <media "}); }
+        if (path.ends_with(".wpl")) {
+            take(bytes, {"  <title>", "   <media "});
+        }
     }
     return text;
 }
@@ -96,15 +104,17 @@ TEST_F(Prepare, TheBundledLibraryArrivesWholeFromEveryLayout) {
 TEST_F(Prepare, AFolderWithSmartInfoTitlesItsPlaylists) {
     const std::string item =
         "<key>Playlist Items</key><array><dict><key>Track ID</key><integer>1</integer></dict></array>";
-    write_file("in.xml",
-               "<plist><dict><key>Tracks</key><dict><key>1</key><dict><key>Location</key><string>file:///lost</string>"
-               "</dict></dict><key>Playlists</key><array><dict>" +
-                   item +
-                   "<key>Smart Info</key><data/><key>Folder</key><true/><key>Playlist Persistent ID</key>"
-                   "<string>A</string><key>Name</key><string>Trips</string></dict><dict>" +
-                   item +
-                   "<key>Parent Persistent ID</key><string>A</string><key>Name</key><string>Sea</string></dict>"
-                   "</array></dict></plist>");
+    write_file(
+        "in.xml",
+        "<plist><dict><key>Tracks</key><dict><key>1</key><dict><key>Location</key><string>file:///lost</"
+        "string>"
+        "</dict></dict><key>Playlists</key><array><dict>" +
+            item +
+            "<key>Smart Info</key><data/><key>Folder</key><true/><key>Playlist Persistent ID</key>"
+            "<string>A</string><key>Name</key><string>Trips</string></dict><dict>" +
+            item +
+            "<key>Parent Persistent ID</key><string>A</string><key>Name</key><string>Sea</string></dict>"
+            "</array></dict></plist>");
     write_file("db/made", "");
     prepare({"in.xml", "out.xml"});
     run_import({"-dbdir", "db", "-itunes-lib", "out.xml"});
@@ -138,8 +148,8 @@ TEST_F(Prepare, PathsArriveUnderTheSpellingOfTheDisk) {
     for (const auto& row : rows) {
         at = result.out.find("<key>Location</key>", at + 1);
         const std::string line = result.out.substr(at, result.out.find('\n', at) - at);
-        EXPECT_EQ(line,
-                  "<key>Location</key><string>file://localhost" + folder.path() + "/new" + row.path + "</string>");
+        EXPECT_EQ(line, "<key>Location</key><string>file://localhost" + folder.path() + "/new" + row.path +
+                            "</string>");
     }
     EXPECT_NE(result.err.find("3 missing"), std::string::npos) << result.err;
 }
@@ -148,7 +158,8 @@ TEST_F(Prepare, ADamagedLibraryIsLocatedAndLeavesTheOutputAsItWas) {
     const std::string library = read_file(source_path("examples/iTunes Music Library.xml"));
     const std::pair<std::string, const char*> rows[] = {
         {library.substr(0, library.size() / 2), "in.xml: line 634, column 33"},
-        {replaced(library, "<key>Tracks</key>", "<key>Tracks</key>\n<string>&eacute;</string>"), "line 14, column 17"},
+        {replaced(library, "<key>Tracks</key>", "<key>Tracks</key>\n<string>&eacute;</string>"),
+         "line 14, column 17"},
         {"<!DOCTYPE plist [<!ENTITY a \"b\">]><plist><dict/></plist>", "line 1, column 29"},
         {"<plist><dict/></plist>", "no list of tracks"},
         {"<plist><dict><key>Tracks</key><key>b</key></dict></plist>", "line 1, column 36"},

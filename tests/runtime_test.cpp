@@ -1,61 +1,187 @@
-// Memory, growable texts and the re-entrant lock.
+// Memory, texts, the re-entrant lock, and arguments that are null.
 
 #include "tests/support.h"
 
-#include <thread>
+#include <algorithm>
 
+#include "common/upnp_dirwalk.h"
+#include "common/upnp_log.h"
 #include "common/upnp_memory.h"
 #include "common/upnp_mutex.h"
 #include "common/upnp_string.h"
+#include "common/upnp_text.h"
+#include "itunes/command_line.h"
+#include "itunes/folder_list.h"
+#include "itunes/folder_path.h"
+#include "itunes/import_commit.h"
+#include "itunes/import_driver.h"
+#include "itunes/library_setting.h"
+#include "itunes/library_walk.h"
+#include "itunes/playlist_file.h"
+#include "itunes/playlist_reader.h"
+#include "itunes/plist_scanner.h"
+#include "itunes/track_reader.h"
+#include "server/common/upnp_items.h"
+#include "server/common/upnp_property.h"
+#include "server/common/upnp_wpl.h"
 
 TEST(Memory, CountsWhatIsInUse) {
     upnp_mem_init();
     const int32_t before = upnp_mem_in_use();
-    void* none = upnp_malloc(0);
-    void* other = upnp_malloc(0);
-    char* text = upnp_strdup("seven..");
-    EXPECT_NE(none, other);
-    EXPECT_EQ(upnp_mem_in_use(), before + 8);
-    EXPECT_GE(upnp_mem_peak(), before + 8);
-    for (void* block : {none, other, static_cast<void*>(text)}) { upnp_free(block); }
+    const int32_t peak = std::max(upnp_mem_peak(), before + 50'000'008);
+    void* blocks[] = {upnp_malloc(0), upnp_malloc(0), upnp_strdup("seven.."), upnp_malloc(50'000'000)};
+    EXPECT_NE(blocks[0], blocks[1]);
+    EXPECT_EQ(reinterpret_cast<uintptr_t>(blocks[3]) % 8, 0U);
+    EXPECT_EQ(upnp_mem_in_use(), before + 50'000'008);
+    std::ranges::for_each(blocks, upnp_free);
     EXPECT_EQ(upnp_mem_in_use(), before);
+    EXPECT_EQ(upnp_mem_peak(), peak);
     EXPECT_EQ(upnp_malloc(UINT32_MAX), nullptr) << "the header does not fit beside it in 32 bits";
+    upnp_free(memset(upnp_malloc(64), 'x', 64));
+    auto* cleared = static_cast<char*>(upnp_calloc(4, 16));
+    EXPECT_EQ(std::string(cleared, 64), std::string(64, '\0'));
+    upnp_free(cleared);
 }
 
 TEST(Memory, NotesWhatItDoesWithoutItsLock) {
     upnp_mem_close();
+    const int32_t before = upnp_mem_in_use();
     void* block = nullptr;
-    EXPECT_EQ(stderr_of([&] { block = upnp_malloc(1); }), "upnp_malloc: MemCriticalSection not initialized\n");
-    EXPECT_EQ(stderr_of([] { upnp_free(upnp_malloc(1)); }), "");
+    EXPECT_EQ(stderr_of([&] { block = upnp_malloc(1); }),
+              "upnp_malloc: MemCriticalSection not initialized\n");
+    EXPECT_EQ(stderr_of([] { upnp_free(upnp_malloc(1)), upnp_free_unless_null(nullptr); }), "");
     upnp_mem_close();
-    EXPECT_EQ(stderr_of([&] { upnp_free(block); }),
-              "upnp_free: MemCriticalSection not initialized when upnp_free called\n");
-    EXPECT_EQ(stderr_of([] { upnp_free(nullptr); }), "upnp_free: NULL pointer\n");
+    EXPECT_EQ(stderr_of([&] { upnp_free(block), upnp_free(nullptr); }),
+              "upnp_free: MemCriticalSection not initialized when upnp_free called\n"
+              "upnp_free: NULL pointer\n");
+    EXPECT_EQ(upnp_mem_in_use(), before);
     upnp_mem_init();
 }
 
-TEST(String, DropsATextThat32BitsCannotCount) {
+TEST(String, GrowsToTwiceItsSizeOrMore) {
+    const auto appended = [](upnp_string_t* buffer, const char* text) {
+        buffer = upnp_string_append(buffer, text);
+        const auto numbers = std::to_string(buffer->capacity) + " " + std::to_string(buffer->length) + " ";
+        const std::string all = numbers + buffer->data;
+        upnp_string_free(buffer);
+        return all;
+    };
+    EXPECT_EQ(appended(upnp_string_new("four", 10), "5...."), "10 9 four5....");
+    EXPECT_EQ(appended(upnp_string_new("four", 10), "6....."), "20 10 four6.....");
+    EXPECT_EQ(appended(upnp_string_new("four", 10), "sets capacity 22."), "22 21 foursets capacity 22.");
+    EXPECT_EQ(appended(upnp_string_new("four", 10), nullptr), "10 4 four");
+    EXPECT_EQ(appended(upnp_string_new(nullptr, 0), ""), "0 0 ");
+    EXPECT_EQ(appended(upnp_string_new("", 0), "abc"), "4 3 abc");
+    EXPECT_EQ(appended(nullptr, "abc"), "259 3 abc");
+    EXPECT_EQ(appended(nullptr, nullptr), "256 0 ");
+    for (const uint32_t capacity : {5U, 10U}) { // its own text, with and without growth
+        upnp_string_t* twice = upnp_string_new("four", capacity);
+        EXPECT_EQ(appended(twice, twice->data), "10 8 fourfour");
+    }
     char data[] = "x";
     upnp_string_t huge = {UINT32_MAX - 2, UINT32_MAX - 1, data};
     EXPECT_EQ(upnp_string_append(&huge, "more than 32 bits count"), &huge);
     EXPECT_EQ(huge.length, UINT32_MAX - 2);
 }
 
+TEST(Text, IsCutAtItsBuffer) {
+    using namespace std::string_literals;
+    const wchar_t beyond[] = {0x7FFFFFFF, 0};
+    char buffer[] = "12345678";
+    EXPECT_EQ(upnp_format(buffer, 4, "%s", "abcd"), 4);
+    EXPECT_EQ(std::string(buffer, 8), "abc\0005678"s);
+    upnp_copy_text(buffer, 4, "ABCD");
+    EXPECT_EQ(std::string(buffer, 8), "ABC\0005678"s);
+    EXPECT_EQ(upnp_format(buffer, 8, "ab%ls", beyond), 0) << "no encoding has such a character";
+    EXPECT_STREQ(buffer, "");
+}
+
 TEST(Mutex, LetsItsOwnerInAgainAndOthersWait) {
     static upnp_mutex_t mutex;
     upnp_mutex_init(&mutex);
-    int counter = 0;
-    const auto work = [&counter] {
-        for (int round = 0; round < 10'000; ++round) {
-            const UpnpMutexGuard outer(&mutex);
-            const UpnpMutexGuard inner(&mutex);
-            ++counter;
-        }
+    const auto is_free = [] { // for anybody who does not look at the owner
+        return pthread_mutex_trylock(&mutex.mutex) == 0 && pthread_mutex_unlock(&mutex.mutex) == 0;
     };
-    std::thread other(work);
-    work();
-    other.join();
-    EXPECT_EQ(counter, 20'000);
-    EXPECT_EQ(mutex.owner, 0U);
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_TRUE(is_free() && mutex.owner == 0);
+        for (int entries = 0; entries < 3; ++entries) {
+            upnp_mutex_lock(&mutex);
+            EXPECT_TRUE(mutex.owner == pthread_self() && mutex.recursion_count == entries);
+        }
+        for (int entries = 3; entries > 0; --entries) {
+            EXPECT_FALSE(is_free());
+            upnp_mutex_unlock(&mutex);
+        }
+    }
     upnp_mutex_destroy(&mutex);
+}
+
+TEST(NullArguments, AreRefusedEverywhere) {
+    const int32_t before = upnp_mem_in_use();
+    char t[] = "text";
+    char* words[] = {t, t};
+    char line[] = "<string>x</string>";
+    char path[import_path_size] = "path";
+    const char* no_format = nullptr;
+    ImportOptions options = {};
+    UpnpFileStat status = {};
+    UpnpFile file = {-1, 9, 0, nullptr};
+    const WplMedia no_source = {nullptr, nullptr, 0};
+    MediaObject no_value = {1, 1, nullptr, nullptr};
+    const auto are_all = [](auto what, auto... results) { return ((results == what) && ...); };
+    EXPECT_TRUE(are_all(
+        nullptr, upnp_file_open_write(nullptr), upnp_file_open_read(nullptr), upnp_file_open_append(nullptr),
+        upnp_file_read_line(nullptr, 1, &file), upnp_file_read_line(t, 1, nullptr), upnp_dir_open(nullptr),
+        upnp_dir_next(nullptr), upnp_strdup(nullptr),
+        upnp_database_object_add_property(nullptr, 1, nullptr, 0),
+        upnp_database_object_set_property(nullptr, 1, nullptr, 0),
+        upnp_database_object_remove_property(nullptr, 1), upnp_database_object_get_property(nullptr, 1),
+        upnp_database_object_get_valid_property(&no_value, 1), upnp_database_object_copy(nullptr, nullptr),
+        upnp_database_object_copy(&no_value, nullptr), upnp_database_object_serialize(nullptr),
+        upnp_database_object_create_from_data(nullptr, 9), upnp_database_object_create_from_data("14001a", 0),
+        itunes_get_value(nullptr, "string"), itunes_get_value(line, nullptr),
+        itunes_location_to_path(nullptr), itunes_open_library(nullptr), itunes_folder_list_find(nullptr),
+        itunes_playlist_file_open(nullptr, 0, "M", "name", 0),
+        itunes_playlist_file_open(".", 0, "M", nullptr, 0),
+        itunes_playlist_file_open(".", 0, nullptr, "name", 0)));
+    EXPECT_TRUE(
+        are_all(int64_t{0}, upnp_file_exists(nullptr), upnp_format(nullptr, 9, "x"), upnp_format(t, 0, "x"),
+                upnp_format(t, 1, no_format, 1), upnp_parse_int32(nullptr), upnp_parse_int64(nullptr),
+                upnp_database_object_get_long(nullptr, 1, 0), upnp_database_property_id(nullptr),
+                upnp_wpl_write_header(nullptr, "M", "T", "O", 0, 0), upnp_wpl_add_media(nullptr, "s"),
+                upnp_wpl_add_media(&file, nullptr), upnp_wpl_write_footer(nullptr),
+                upnp_wpl_add_media_params(nullptr, &no_source), upnp_wpl_add_media_params(&file, nullptr),
+                upnp_wpl_add_media_params(&file, &no_source), itunes_get_integer_value(nullptr, "integer"),
+                itunes_next_line(nullptr), upnp_database_record_end(nullptr, 9).length,
+                1 - upnp_file_at_end(nullptr)));
+    EXPECT_TRUE(are_all(-1, upnp_file_write(nullptr, t, 1), upnp_file_write(&file, nullptr, 1),
+                        upnp_file_stat(nullptr, &status), upnp_file_stat(t, nullptr),
+                        upnp_file_rename(nullptr, t), upnp_file_rename(t, nullptr), upnp_file_unlink(nullptr),
+                        upnp_dir_unlink(nullptr), upnp_file_mkdir(nullptr), upnp_file_create_path(nullptr)));
+    EXPECT_EQ(import_scan_command_line(2, nullptr, &options), CommandLineResult::unusable);
+    EXPECT_EQ(import_scan_command_line(2, words, nullptr), CommandLineResult::unusable);
+    const auto work = [&] {
+        upnp_copy_text(nullptr, 9, t), upnp_copy_text(t, 0, "x"), upnp_copy_text(t, 1, nullptr);
+        upnp_file_close(nullptr), upnp_file_sync(nullptr), upnp_dir_close(nullptr), upnp_string_free(nullptr);
+        upnp_database_object_free(nullptr), itunes_url_decode(nullptr), upnp_mutex_init(nullptr);
+        upnp_mutex_lock(nullptr), upnp_mutex_unlock(nullptr), upnp_mutex_destroy(nullptr);
+        import_write_library_setting(nullptr), import_remove_library_temp_files(nullptr);
+        upnp_log_write_raw(nullptr), import_move_files(nullptr, ".", "."),
+            import_move_files("x", nullptr, ".");
+        import_move_files("x", ".", nullptr), itunes_read_track(1, nullptr, nullptr);
+        itunes_playlist_export(nullptr), upnp_database_object_write(nullptr, nullptr);
+        itunes_read_library(nullptr, nullptr), itunes_read_library("", nullptr);
+        itunes_folder_path(nullptr, t), itunes_folder_path(t, nullptr);
+        itunes_playlist_file_path(nullptr, ".", "M", "name"),
+            itunes_playlist_file_path(path, nullptr, "M", "n");
+    };
+    EXPECT_EQ(stdout_of(work) + stderr_of(work) + path, "");
+    EXPECT_EQ(stderr_of([&] { upnp_log_message(0, no_format, 1); }),
+              "upnp_log_message - LogCriticalSection not initialized! ()\n");
+    EXPECT_EQ(upnp_mem_in_use(), before);
+}
+
+TEST(NullArguments, OfTheProgramGiveTheUsage) {
+    EXPECT_TRUE(
+        stdout_of([] { EXPECT_EQ(itunes_import_main(2, nullptr), -1); }).starts_with("usage:  -dbdir"));
 }

@@ -1,71 +1,155 @@
 #pragma once
-// What the tests share: real files in a fresh folder, whole trees as maps, the built program as a child.
+// What the tests share: real files in a fresh folder, whole trees as maps, the built programs as children.
 
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <functional>
 #include <map>
+#include <sstream>
 #include <string>
+#include <sys/wait.h>
 #include <vector>
 
+#include "common/upnp_memory.h"
 #include "server/common/upnp_database.h"
 
 /// A fresh folder that goes with its scope; the process works inside it meanwhile.
 class TempDir {
 public:
-    TempDir();
-    ~TempDir();
+    TempDir() { std::filesystem::current_path(mkdtemp(path_.data())); }
+    ~TempDir() {
+        std::filesystem::current_path(earlier_folder_);
+        std::filesystem::remove_all(path_);
+    }
     TempDir(const TempDir&) = delete;
     TempDir& operator=(const TempDir&) = delete;
     const std::string& path() const { return path_; }
 
 private:
-    std::string path_;
-    std::string earlier_directory_;
+    std::string path_ = std::filesystem::temp_directory_path() / "itunes-import-test-XXXXXX";
+    const std::filesystem::path earlier_folder_ = std::filesystem::current_path();
 };
+
+/// The bytes of a file, "" if there is none.
+inline std::string read_file(const std::string& path) {
+    std::ostringstream bytes;
+    bytes << std::ifstream(path, std::ios::binary).rdbuf();
+    return bytes.str();
+}
+
+/// Writes a file, making the folders above it.
+inline void write_file(const std::string& path, const std::string& bytes) {
+    std::filesystem::create_directories(std::filesystem::absolute(path).parent_path());
+    std::ofstream(path, std::ios::binary) << bytes;
+}
 
 /// Every entry below a folder: relative path and bytes; a folder's path ends in '/'.
 using Tree = std::map<std::string, std::string>;
-Tree read_tree(const std::string& folder);
-
-void write_file(const std::string& path, const std::string& bytes); // makes the folders above it
-std::string read_file(const std::string& path);                     // "" if there is none
+inline Tree read_tree(const std::string& folder) {
+    Tree tree;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+        const std::string path = std::filesystem::relative(entry.path(), folder);
+        tree[path + (entry.is_directory() ? "/" : "")] = entry.is_directory() ? "" : read_file(entry.path());
+    }
+    return tree;
+}
 
 /// The path of a test's own data, below the source tree.
-std::string source_path(const std::string& relative);
+inline std::string source_path(const std::string& relative) {
+    return TEST_SOURCE_DIR + ("/" + relative);
+}
 
+/// Compares with a file of tests/golden/; what came out where they differ is left beside the test program.
+inline const std::filesystem::path first_folder = std::filesystem::current_path();
+inline void expect_golden(const std::string& text, const std::string& name) {
+    const bool is_golden = !text.empty() && text == read_file(source_path("tests/golden/" + name));
+    EXPECT_TRUE(is_golden) << name << " is missing or differs";
+    write_file(is_golden ? "/dev/null" : first_folder / name, text);
+}
+
+/// Runs a line of the shell: its status (128 and the signal where that killed it), and what it printed.
 struct RunResult {
-    int status; // as a shell has it: 128 and the signal for a killed program
+    int status;
     std::string out;
     std::string err;
 };
-RunResult run_program(const std::string& program, const std::vector<std::string>& arguments);
+inline RunResult run_line(const std::string& line) {
+    const std::string here = std::filesystem::current_path();
+    const TempDir outputs;
+    const int status = system(("{ cd '" + here + "' && " + line + "; } >out 2>err").c_str());
+    return {WEXITSTATUS(status), read_file("out"), read_file("err")};
+}
+
+/// Runs a program with these arguments, none of which holds a quote.
+inline RunResult run_program(const std::string& program, const std::vector<std::string>& arguments) {
+    std::string line = TEST_EMULATOR " '" + program + "'";
+    for (const std::string& argument : arguments) {
+        line += " '" + argument + "'";
+    }
+    return run_line(line);
+}
 
 /// Runs the built itunes-import.
-RunResult run_import(const std::vector<std::string>& arguments);
+inline RunResult run_import(const std::vector<std::string>& arguments) {
+    return run_program(TEST_PROGRAM, arguments);
+}
 
 /// The text with every log time replaced by "TIME ".
-std::string mask_times(const std::string& text);
+inline std::string mask_times(const std::string& text) {
+    std::string masked;
+    for (size_t at = 0; at < text.size(); ++at) {
+        int length = 0;
+        if (text[at] >= '0' && text[at] <= '9') {
+            (void)sscanf(text.c_str() + at, "%*2d:%*2d:%*2d:%*3d%n", &length);
+        }
+        masked += length == 12 ? "TIME" : text.substr(at, 1);
+        at += length == 12 ? 11 : 0;
+    }
+    return masked;
+}
+
+/// The pieces of a text between its separators.
+inline std::vector<std::string> split(const std::string& text, char separator) {
+    std::vector<std::string> pieces;
+    std::istringstream stream(text + separator);
+    for (std::string piece; std::getline(stream, piece, separator); pieces.push_back(piece)) {
+    }
+    return pieces;
+}
 
 /// What `work` prints to standard output, or to standard error.
-template <typename Work>
-std::string stdout_of(Work work) {
+inline std::string stdout_of(const std::function<void()>& work) {
     testing::internal::CaptureStdout();
     work();
     return testing::internal::GetCapturedStdout();
 }
-template <typename Work>
-std::string stderr_of(Work work) {
+inline std::string stderr_of(const std::function<void()>& work) {
     testing::internal::CaptureStderr();
     work();
     return testing::internal::GetCapturedStderr();
 }
 
-/// The text that an escaped one stands for: \xHH is a byte, \n a line feed, \*Nc the character c N times,
-/// \\ a backslash.
-std::string unescape(const std::string& text);
-
-std::vector<std::string> split(const std::string& text, char separator);
+/// The text, which is freed, or "(none)".
+inline std::string take(char* text) {
+    std::string copy = text == nullptr ? "(none)" : text;
+    upnp_free_unless_null(text);
+    return copy;
+}
 
 /// The object as "id=value " words, first to last; the object is freed.
-std::string take_listing(MediaObject* object);
+inline std::string take_listing(MediaObject* object) {
+    std::string listing;
+    for (const MediaProperty* property = object; property != nullptr; property = property->next) {
+        listing += std::to_string(property->id) + "=" + property->value + " ";
+    }
+    upnp_database_object_free(object);
+    return listing;
+}
+
+/// The number of files that this process has open.
+inline int64_t open_files() {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+}

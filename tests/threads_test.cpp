@@ -14,7 +14,8 @@ namespace {
 
 size_t open_descriptors() {
     namespace fs = std::filesystem;
-    return static_cast<size_t>(std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator()));
+    return static_cast<size_t>(
+        std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator()));
 }
 
 /// Writes numbered lines beside a thread that repeats `disturb`. Each must come out whole and once, in a file
@@ -30,9 +31,13 @@ size_t lines_refused_beside(void (*disturb)(int round)) {
             std::atomic<int> rounds = 0;
             std::atomic<bool> done = false;
             std::thread other([&] {
-                for (; !done; ++rounds) { disturb(rounds); }
+                for (; !done; ++rounds) {
+                    disturb(rounds);
+                }
             });
-            for (; lines < 1000 || rounds < 20; ++lines) { upnp_log_message(0, "line %zu of the writer", lines); }
+            for (; lines < 1000 || rounds < 20; ++lines) {
+                upnp_log_message(0, "line %zu of the writer", lines);
+            }
             done = true;
             other.join();
             upnp_log_close();
@@ -68,7 +73,9 @@ TEST(Threads, EveryLineIsWholeWhileTheLogFileChanges) {
 
 TEST(Threads, EveryLineIsWholeOrRefusedWhileTheLogEndsAndBegins) {
     lines_refused_beside([](int round) {
-        if (round % 4 == 0) { upnp_log_flush(); }
+        if (round % 4 == 0) {
+            upnp_log_flush();
+        }
         upnp_log_close();
         upnp_log_init(round % 2 == 0 ? "two" : "one");
     });
@@ -79,7 +86,9 @@ TEST(Threads, AllocateTogetherFromTheFirst) {
     const int32_t before = upnp_mem_in_use();
     const std::string noted = stderr_of([] {
         const auto work = [] {
-            for (int round = 0; round < 1000; ++round) { upnp_free(upnp_malloc(1)); }
+            for (int round = 0; round < 1000; ++round) {
+                upnp_free(upnp_malloc(1));
+            }
         };
         std::thread other(work);
         work();

@@ -7,41 +7,61 @@
 #include <algorithm>
 #include <csignal>
 #include <dirent.h>
+#include <functional>
 #include <set>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "common/upnp_dirwalk.h"
+#include "common/upnp_fileio.h"
+#include "common/upnp_log.h"
 #include "common/upnp_memory.h"
+#include "common/upnp_mutex.h"
 #include "itunes/import_driver.h"
 #include "server/common/upnp_items.h"
 
 namespace {
 
-enum class Fault { none, call_once, calls_onward, allocation_once, allocations_onward, kill };
+/// The calls and allocations that fail, or the call at which the run is killed.
+constexpr int no_fault = 0, call_once = 1, calls_onward = 2, allocation_once = 3, allocations_onward = 4,
+              a_kill = 5;
 
 /// Shared with the children, which count what they do.
 struct Progress {
     long calls, allocations;
     int32_t left_in_use;  // bytes, after a whole run
     bool hit_a_step_back; // the fault lost the scanner's place: up to a buffer of lines is gone with it
-    bool hit_a_look;      // the fault hit a read or a position query, by which nothing is lost
+    bool hit_a_look;      // the fault hit a read, a position query or a sync, by which nothing is lost
+    bool unsynced[1024];  // by descriptor: what was written has not been synced
+    long lost_syncs;      // files that were closed so
+    long unsynced_at_commit;
 };
-Progress* progress = nullptr;
-Fault fault = Fault::none; // armed in children only
+Progress* progress = nullptr; // while calls are counted
+int fault = no_fault;         // armed in children only
 long fault_number = 0;
 
-bool is_due(long number, Fault once, Fault onward) {
+bool is_due(long number, int once, int onward) {
     return (fault == once && number == fault_number) || (fault == onward && number >= fault_number);
 }
 
 /// Counts one system call; true if it is to fail. A killed run never comes back.
 bool call_fails() {
-    if (progress == nullptr) { return false; }
-    ++progress->calls;
-    if (fault == Fault::kill && progress->calls == fault_number) { (void)raise(SIGKILL); }
     errno = EIO;
-    return is_due(progress->calls, Fault::call_once, Fault::calls_onward);
+    const bool is_last = progress != nullptr && ++progress->calls == fault_number && fault == a_kill;
+    return (is_last && raise(SIGKILL) != 0) ||
+           (progress != nullptr && is_due(progress->calls, call_once, calls_onward));
+}
+
+/// Notes that a file is written, synced or closed.
+void note_write(int file, bool is_synced, bool is_closed) {
+    progress->lost_syncs += is_closed && progress->unsynced[file] ? 1 : 0;
+    progress->unsynced[file] = !is_synced && !is_closed;
+}
+
+void note_unlink(const char* path) {
+    const long unsynced = std::ranges::count(progress->unsynced, true) + progress->lost_syncs;
+    progress->unsynced_at_commit += strcmp(path, "db/itunes.import.items") == 0 ? unsynced : 0;
 }
 
 } // namespace
@@ -59,44 +79,50 @@ bool call_fails() {
 #endif
 #define JOIN_EXPANDED(prefix, name) prefix##name
 #define JOIN(prefix, name) JOIN_EXPANDED(prefix, name)
-#define WRAP(result, failure, name, parameters, arguments)                                                             \
-    extern "C" result JOIN(__real_, name) parameters;                                                                  \
-    extern "C" result JOIN(__wrap_, name) parameters {                                                                 \
-        return call_fails() ? (failure) : JOIN(__real_, name) arguments;                                               \
+#define WRAP(result, failure, name, parameters, arguments, note)                                             \
+    extern "C" result JOIN(__real_, name) parameters;                                                        \
+    extern "C" result JOIN(__wrap_, name) parameters {                                                       \
+        progress != nullptr ? note : (void)0;                                                                \
+        return call_fails() ? (failure) : JOIN(__real_, name) arguments;                                     \
     }
 
-WRAP(int, -1, OPEN, (const char* path, int flags, mode_t mode), (path, flags, mode))
-WRAP(int, -1, close, (int file), (file))
-WRAP(ssize_t, (progress->hit_a_look = true, -1), read, (int file, void* bytes, size_t size), (file, bytes, size))
-WRAP(int, -1, STAT, (const char* path, void* status), (path, status))
-WRAP(int, -1, LSTAT, (const char* path, void* status), (path, status))
-WRAP(int, -1, rename, (const char* from, const char* to), (from, to))
-WRAP(int, -1, unlink, (const char* path), (path))
-WRAP(int, -1, mkdir, (const char* path, mode_t mode), (path, mode))
-WRAP(DIR*, nullptr, opendir, (const char* path), (path))
-WRAP(void*, nullptr, READDIR, (DIR * stream), (stream))
-WRAP(int, -1, closedir, (DIR * stream), (stream))
-// The address sanitizer copies a smaller quarantine at each of the many forks three times as fast.
-extern "C" const char* __asan_default_options() { return "quarantine_size_mb=1"; }
-extern "C" int __wrap_sched_yield() { return 0; } // costs more than the rest of a run where the machine is busy
+WRAP(int, -1, OPEN, (const char* path, int flags, mode_t mode), (path, flags, mode), (void)0)
+WRAP(int, -1, close, (int file), (file), note_write(file, false, true))
+WRAP(int, (progress->hit_a_look = true, -1), fsync, (int file), (file), note_write(file, true, false))
+WRAP(ssize_t, (progress->hit_a_look = true, -1), read, (int file, void* to, size_t n), (file, to, n), (void)0)
+WRAP(int64_t, ((distance != 0 ? progress->hit_a_step_back : progress->hit_a_look) = true, -1), LSEEK,
+     (int file, int64_t distance, int from), (file, distance, from), (void)0)
+WRAP(int, -1, STAT, (const char* path, void* status), (path, status), (void)0)
+WRAP(int, -1, LSTAT, (const char* path, void* status), (path, status), (void)0)
+WRAP(int, -1, rename, (const char* from, const char* to), (from, to), (void)0)
+WRAP(int, -1, unlink, (const char* path), (path), note_unlink(path))
+WRAP(int, -1, mkdir, (const char* path, mode_t mode), (path, mode), (void)0)
+WRAP(DIR*, nullptr, opendir, (const char* path), (path), (void)0)
+WRAP(void*, nullptr, READDIR, (DIR * stream), (stream), (void)0)
+WRAP(int, -1, closedir, (DIR * stream), (stream), (void)0)
+WRAP(int, EAGAIN, pthread_mutex_init, (pthread_mutex_t * mutex, const void* kind), (mutex, kind), (void)0)
 extern "C" ssize_t __real_write(int file, const void* bytes, size_t size);
 extern "C" ssize_t __wrap_write(int file, const void* bytes, size_t size) {
-    if (fault == Fault::kill && progress != nullptr && progress->calls + 1 == fault_number) {
-        (void)__real_write(file, bytes, size / 2); // killed in the middle
+    if (progress != nullptr) {
+        note_write(file, false, false);
+        const bool is_last = fault == a_kill && progress->calls + 1 == fault_number;
+        (void)(is_last ? __real_write(file, bytes, size / 2) : 0); // killed in the middle
     }
     return call_fails() ? -1 : __real_write(file, bytes, size);
 }
-extern "C" int64_t JOIN(__real_, LSEEK)(int file, int64_t distance, int from);
-extern "C" int64_t JOIN(__wrap_, LSEEK)(int file, int64_t distance, int from) {
-    if (!call_fails()) { return JOIN(__real_, LSEEK)(file, distance, from); }
-    (distance != 0 ? progress->hit_a_step_back : progress->hit_a_look) = true;
-    return -1;
-}
 extern "C" void* __real_malloc(size_t size);
 extern "C" void* __wrap_malloc(size_t size) {
-    const bool fails = progress != nullptr && fault != Fault::none &&
-                       is_due(++progress->allocations, Fault::allocation_once, Fault::allocations_onward);
+    const bool fails = progress != nullptr && fault != no_fault &&
+                       is_due(++progress->allocations, allocation_once, allocations_onward);
     return fails ? nullptr : __real_malloc(size);
+}
+// Costs more than the rest of a run where the machine is busy.
+extern "C" int __wrap_sched_yield() {
+    return 0;
+}
+// The address sanitizer copies a smaller quarantine at each of the many forks three times as fast.
+extern "C" const char* __asan_default_options() {
+    return "quarantine_size_mb=1";
 }
 
 namespace {
@@ -107,8 +133,9 @@ const std::string temp_items = "db/itunes-import-temp/itunes.import.temp.items";
 const std::string top = "playlists/iTunes-playlist-Top##M.wpl";
 
 void lay_out() {
-    write_file("lib/l.xml", read_file(source_path("tests/torture.xml")));
-    for (const char* path : {"lib/iT1.tmp", "lib/other.tmp", "media/one.mp3", "media/two.mp3", "media/three.mp3"}) {
+    write_file("lib/l.xml", read_file(source_path("tests/corpus/library/torture.xml")));
+    for (const char* path :
+         {"lib/iT1.tmp", "lib/other.tmp", "media/one.mp3", "media/two.mp3", "media/three.mp3"}) {
         write_file(path, "");
     }
     write_file("db/itunes.import.items", old_items);
@@ -118,7 +145,7 @@ void lay_out() {
 }
 
 /// Imports in a child with a fault armed; what it says goes nowhere. Returns the wait status.
-int import_with(Fault kind, long number, Progress* shared) {
+int import_with(int kind, long number, Progress* shared) {
     *shared = {};
     const pid_t child = fork();
     if (child == 0) {
@@ -131,7 +158,7 @@ int import_with(Fault kind, long number, Progress* shared) {
         fault = kind;
         fault_number = number;
         const int status = itunes_import_main(std::size(words), const_cast<char**>(words));
-        fault = Fault::none;
+        fault = no_fault;
         progress->left_in_use = upnp_mem_in_use();
         _exit(status);
     }
@@ -146,7 +173,8 @@ std::multiset<std::string> records_of(const std::string& items) {
         const auto [length, kind] =
             upnp_database_record_end(items.data() + start, static_cast<uint32_t>(items.size() - start));
         size_t end = start + length;
-        if (kind != UpnpRecordEndKind::marker && kind != UpnpRecordEndKind::data_end) { // up to what looks whole
+        if (kind != UpnpRecordEndKind::marker &&
+            kind != UpnpRecordEndKind::data_end) { // up to what looks whole
             const size_t next = items.find("\n>>>>\n", end);
             end = next == std::string::npos ? items.size() : next + 1;
         }
@@ -165,12 +193,15 @@ void check(const Tree& before, const Tree& after, const Tree& whole, bool is_kil
         const auto same_in = [&path = path, &bytes = bytes](const Tree& tree) {
             return tree.contains(path) && tree.at(path) == bytes;
         };
-        if (same_in(before) || same_in(whole) || path.starts_with("log") || path.starts_with("db/itunes-import-temp")) {
+        if (same_in(before) || same_in(whole) || path.starts_with("log") ||
+            path.starts_with("db/itunes-import-temp")) {
             continue;
         }
         if (path == "db/itunes.import.items") {
             std::multiset<std::string> records = records_of(bytes);
-            for (const std::string& record : records_of(whole.at(path))) { records.erase(record); }
+            for (const std::string& record : records_of(whole.at(path))) {
+                records.erase(record);
+            }
             EXPECT_TRUE(bytes.empty() || bytes.starts_with(">>>>\n")) << "a record without its marker";
             EXPECT_FALSE(is_killed);
             damaged.insert(damaged.end(), records.begin(), records.end());
@@ -183,7 +214,8 @@ void check(const Tree& before, const Tree& after, const Tree& whole, bool is_kil
     if (!is_killed && !after.contains("db/itunes.import.items") && !after.contains(temp_items)) {
         EXPECT_TRUE(after.at(top) == old_playlist) << "playlists without the items that they refer to";
     }
-    for (const char* kept : {"lib/l.xml", "lib/other.tmp", "db/other", "playlists/mine.wpl", "media/one.mp3"}) {
+    for (const char* kept :
+         {"lib/l.xml", "lib/other.tmp", "db/other", "playlists/mine.wpl", "media/one.mp3"}) {
         EXPECT_TRUE(after.contains(kept)) << kept;
     }
 }
@@ -191,11 +223,68 @@ void check(const Tree& before, const Tree& after, const Tree& whole, bool is_kil
 /// Whether all results are there, whatever else is.
 bool is_whole(const Tree& tree, const Tree& whole) {
     return std::ranges::all_of(whole, [&tree](const auto& file) {
-        return file.first == "log/import.log" || (tree.contains(file.first) && tree.at(file.first) == file.second);
+        return file.first == "log/import.log" ||
+               (tree.contains(file.first) && tree.at(file.first) == file.second);
     });
 }
 
 } // namespace
+
+TEST(Torture, WhatIsMissingIsToldAndNothingIsLost) {
+    const TempDir folder;
+    write_file("d/f", "12345");
+    upnp_mem_init();
+    upnp_log_init(nullptr);
+    upnp_log_set_mask(UINT32_MAX);
+    const int32_t before = upnp_mem_in_use();
+    Progress counted = {};
+    const auto told = [&counted](int kind, long number, const std::function<void()>& work) {
+        counted = {};
+        return mask_times(stdout_of([&] {
+            progress = &counted;
+            fault = kind;
+            fault_number = number;
+            work();
+            progress = nullptr;
+        }));
+    };
+    EXPECT_EQ(told(allocation_once, 1,
+                   [] { EXPECT_EQ(db_object_createobject_set_numprop(nullptr, 31, 1), nullptr); }),
+              "TIME db_object_createobject_set_numprop - out of memory\n");
+    EXPECT_EQ(told(allocation_once, 1, [] { EXPECT_EQ(upnp_file_open_write("d/f"), nullptr); }),
+              "TIME LOG_SYSTEM:upnp_file_open_write Malloc fails on upnp_file_open_write \n"
+              "TIME LOG_SYSTEM:upnp_file_open_write file open write error \"d/f\"\n");
+    EXPECT_EQ(told(allocation_once, 1, [] { EXPECT_EQ(upnp_log_init("log"), 0); }),
+              "upnp_log_init - out of memory ?\n");
+    const std::string no_status = "TIME LOG_SYSTEM:file_stat error (errno=5, filename=d/f)\n";
+    const int64_t files = open_files();
+    EXPECT_EQ(told(call_once, 2,
+                   [] {
+                       UpnpFile* file = upnp_file_open_append("d/f");
+                       EXPECT_EQ(file->size, 0);
+                       upnp_file_close(file);
+                   }),
+              no_status);
+    EXPECT_EQ(open_files(), files);
+    EXPECT_EQ(told(call_once, 2, [] { EXPECT_EQ(upnp_file_open_read("d/f"), nullptr); }), no_status);
+    EXPECT_EQ(open_files(), files + 1) << "is not closed there, on purpose";
+    for (const long number : {1, 2, 3}) { // the walk, its path, its entry
+        EXPECT_EQ(told(allocations_onward, number, [] { EXPECT_EQ(upnp_dir_open("d"), nullptr); }), "");
+    }
+    EXPECT_EQ(told(call_once, 3, [] { upnp_dir_close(upnp_dir_open("d")); }), "") << "a failing lstat";
+    EXPECT_EQ(open_files(), files + 1);
+    upnp_mutex_t mutex;
+    EXPECT_EQ(stderr_of([&] { told(call_once, 1, [&] { upnp_mutex_init(&mutex); }); }), "can't init mutex\n");
+    EXPECT_EQ(pthread_mutex_trylock(&mutex.mutex), 0);
+    upnp_mutex_unlock(&mutex);
+    upnp_log_set_mask(0);
+    EXPECT_EQ(
+        told(no_fault, 0,
+             [] { upnp_log_init("log"), upnp_log_write_raw("raw"), upnp_log_flush(), upnp_log_close(); }),
+        "");
+    EXPECT_EQ(counted.lost_syncs, 0) << "a flush does not reach the disk";
+    EXPECT_EQ(upnp_mem_in_use(), before);
+}
 
 TEST(Torture, EachRunEndsAndHarmsNothing) {
     auto* shared = static_cast<Progress*>(
@@ -204,35 +293,38 @@ TEST(Torture, EachRunEndsAndHarmsNothing) {
     {
         const TempDir folder;
         lay_out();
-        ASSERT_EQ(import_with(Fault::none, 0, shared), 0);
-        EXPECT_EQ(shared->left_in_use, 5) << "the text of one year is lost, and nothing else";
+        ASSERT_EQ(import_with(no_fault, 0, shared), 0);
+        EXPECT_EQ(shared->left_in_use, 0);
+        EXPECT_EQ(shared->unsynced_at_commit, 1) << "only the log has not reached the disk by then";
         whole = read_tree(".");
         ASSERT_EQ(records_of(whole["db/itunes.import.items"]).size(), 3U);
         ASSERT_NE(whole[top], old_playlist);
     }
-    std::map<Fault, long> tried;
+    std::map<int, long> tried;
     long runs_without_items = 0;
-    for (const Fault kind :
-         {Fault::call_once, Fault::calls_onward, Fault::allocation_once, Fault::allocations_onward, Fault::kill}) {
-        const bool counts_calls = kind != Fault::allocation_once && kind != Fault::allocations_onward;
+    for (const int kind : {call_once, calls_onward, allocation_once, allocations_onward, a_kill}) {
+        const bool counts_calls = kind != allocation_once && kind != allocations_onward;
         for (long number = 1;; ++number) {
-            SCOPED_TRACE(std::to_string(static_cast<int>(kind)) + " at " + std::to_string(number));
+            SCOPED_TRACE(std::to_string(kind) + " at " + std::to_string(number));
             const TempDir folder;
             lay_out();
             const Tree before = read_tree(".");
             const int status = import_with(kind, number, shared);
-            if ((counts_calls ? shared->calls : shared->allocations) < number) { break; }
+            if ((counts_calls ? shared->calls : shared->allocations) < number) {
+                break;
+            }
             ++tried[kind];
-            const bool is_killed = kind == Fault::kill;
-            EXPECT_TRUE(is_killed ? WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL
-                                  : WIFEXITED(status) && (WEXITSTATUS(status) == 0 || WEXITSTATUS(status) == 255))
+            const bool is_killed = kind == a_kill;
+            EXPECT_TRUE(is_killed
+                            ? WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL
+                            : WIFEXITED(status) && (WEXITSTATUS(status) == 0 || WEXITSTATUS(status) == 255))
                 << status;
             const Tree after = read_tree(".");
             runs_without_items += is_killed && !after.contains("db/itunes.import.items") ? 1 : 0;
             check(before, after, whole, is_killed, shared->hit_a_step_back);
-            EXPECT_TRUE(is_whole(after, whole) || kind != Fault::call_once || !shared->hit_a_look);
-            if (is_killed || kind == Fault::calls_onward) { // the next run repairs the rest
-                EXPECT_EQ(import_with(Fault::none, 0, shared), 0);
+            EXPECT_TRUE(is_whole(after, whole) || kind != call_once || !shared->hit_a_look);
+            if (is_killed || kind == calls_onward) { // the next run repairs the rest
+                EXPECT_EQ(import_with(no_fault, 0, shared), 0);
                 EXPECT_TRUE(is_whole(read_tree("."), whole));
             }
             ASSERT_FALSE(HasFailure());
@@ -241,6 +333,6 @@ TEST(Torture, EachRunEndsAndHarmsNothing) {
     EXPECT_EQ(runs_without_items, 1) << "only between the unlink and the rename is there no items file";
     munmap(shared, sizeof(Progress));
     printf("tried %ld failing calls (%ld once, %ld from then on), %ld failing allocations, %ld kills\n",
-           tried[Fault::call_once] + tried[Fault::calls_onward], tried[Fault::call_once], tried[Fault::calls_onward],
-           tried[Fault::allocation_once] + tried[Fault::allocations_onward], tried[Fault::kill]);
+           tried[call_once] + tried[calls_onward], tried[call_once], tried[calls_onward],
+           tried[allocation_once] + tried[allocations_onward], tried[a_kill]);
 }

@@ -9,7 +9,9 @@ extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
     return 0;
 }
 
-extern "C" int __wrap_sched_yield() { return 0; }
+extern "C" int __wrap_sched_yield() {
+    return 0;
+}
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     FUZZ_TARGET(data, size);

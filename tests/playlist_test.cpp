@@ -1,0 +1,126 @@
+// Playlist documents, the names of their files, and the list of tracks that they are made from.
+
+#include "tests/support.h"
+
+#include <algorithm>
+#include <climits>
+
+#include "common/upnp_text.h"
+#include "itunes/folder_list.h"
+#include "itunes/folder_path.h"
+#include "itunes/import_run.h"
+#include "itunes/playlist_file.h"
+#include "itunes/track_list.h"
+#include "server/common/upnp_wpl.h"
+
+TEST(Wpl, DocumentsAreTheseBytes) {
+    const TempDir folder;
+    const std::string long_text(1100, 'x');
+    const char* text = long_text.c_str();
+    const WplParam params[] = {
+        {"n1", "v&", 1}, {"n2", "v2", 2}, {nullptr, "v3", 3}, {"n4", nullptr, -1}, {text, "", 0}};
+    const WplMedia none = {"none", params, 0}, null = {"null", nullptr, 1}, four = {"four", params, 4},
+                   five = {"five", params, 5}, cut = {text, params, 0};
+    const char* title = text + 1100 - 731; // with a file name of one character it is too long
+    UpnpFile* file = upnp_file_open_write("wpl");
+    const uint32_t results[] = {
+        upnp_wpl_write_header(file, "M", "A & <\"B\"", "/%s.xml", 2, 0),
+        upnp_wpl_add_media(file, "/m/a&%n.mp3"),
+        upnp_wpl_add_media(file, ""),
+        upnp_wpl_add_media(file, text + 1100 - 1003),
+        upnp_wpl_add_media_params(file, &none),
+        upnp_wpl_add_media_params(file, &null),
+        upnp_wpl_add_media_params(file, &four),
+        upnp_wpl_write_footer(file),
+        upnp_wpl_write_header(file, nullptr, nullptr, nullptr, 0, 9),
+        upnp_wpl_write_header(file, "", "%s", "", 0, 0),
+        upnp_wpl_write_header(file, text + 1100 - 93, "", "", 0, 0), // a Type line is cut alone
+        upnp_wpl_write_header(file, text + 1100 - 94, "", "", 0, 0),
+        upnp_wpl_write_header(file, "M", title, "", 0, 0)};
+    EXPECT_EQ(std::ranges::count(results, 1U), std::ssize(results)) << testing::PrintToString(results);
+    const uint32_t cuts[] = {upnp_wpl_write_header(file, "M", title, "+", 0, 0),
+                             upnp_wpl_add_media(file, text + 1100 - 1004),
+                             upnp_wpl_add_media_params(file, &five), upnp_wpl_add_media_params(file, &cut)};
+    EXPECT_EQ(std::ranges::count(cuts, 0U), std::ssize(cuts)) << testing::PrintToString(cuts);
+    upnp_file_close(file);
+    expect_golden(read_file("wpl"), "wpl.txt");
+    file = upnp_file_open_write("/dev/full");
+    EXPECT_EQ(upnp_wpl_write_header(file, "M", "T", "O", 0, 0) + upnp_wpl_add_media(file, "s") +
+                  upnp_wpl_write_footer(file),
+              0U);
+    EXPECT_EQ(upnp_wpl_add_media_params(file, &none), 1U) << "does not look";
+    upnp_file_close(file);
+}
+
+TEST(PlaylistFile, IsNamedAfterThePlaylistWithSixteenCharactersReplaced) {
+    const std::pair<std::string, std::string> rows[] = {
+        {"Rock/Best of 80's", "Rock_Best_of_80_s"},
+        {" \\/+:*<>|@$\"'&?~", "________________"},
+        {"A#1.,()[]\x01\xC3\xA9%s%%", "A#1.,()[]\x01\xC3\xA9%s%%"},
+        {std::string(232, 'n'), std::string(232, 'n')},
+        {std::string(233, 'n'), ""}, // the file system takes no name so long
+        {std::string(300, ' '), ""},
+        {"", ""}};
+    for (const auto& [name, kept] : rows) {
+        const TempDir folder;
+        upnp_copy_text(import_run.library_path, sizeof import_run.library_path, "l");
+        upnp_file_close(itunes_playlist_file_open(".", 0, "M", name.c_str(), 1));
+        Tree expected;
+        if (!kept.empty()) {
+            UpnpFile* file = upnp_file_open_write("document");
+            upnp_wpl_write_header(file, "M", name.c_str(), "l", 1, 0);
+            upnp_file_close(file);
+            expected = {{"document", read_file("document")},
+                        {"iTunes-playlist-" + kept + "##M.wpl", read_file("document")}};
+        }
+        EXPECT_EQ(read_tree("."), expected);
+    }
+}
+
+TEST(TrackList, IsSortedByIdAndThenByAge) {
+    std::vector<std::pair<int32_t, std::string>> added = {{INT_MAX, "x"}, {INT_MIN, "y"}, {0, "z"}};
+    uint32_t random = 1;
+    for (int round = 0; round < 2; ++round) {
+        for (int place = 0; place < 1500; ++place) { // rising at first, then anywhere, with ids that recur
+            random = random * 1664525 + 1013904223;
+            added.emplace_back(place < 700 ? 10 * place : static_cast<int32_t>(random >> 20) - 100,
+                               std::to_string(place));
+        }
+        for (const auto& [id, place] : added) {
+            itunes_track_list_add(place.c_str(), id == 0 ? nullptr : "title", id);
+        }
+        std::ranges::stable_sort(added, {}, &std::pair<int32_t, std::string>::first);
+        const TrackPath* entry = itunes_track_list_find(INT_MIN);
+        for (size_t index = 0; index < added.size(); ++index, entry = entry->next) {
+            ASSERT_EQ(std::pair(entry->track_id, std::string(entry->location)), added[index]);
+            EXPECT_EQ(entry->title == nullptr, entry->track_id == 0);
+        }
+        EXPECT_EQ(entry, nullptr);
+        for (int32_t id = 5000; id > -5000; --id) { // forwards and backwards
+            const int32_t sought = id % 2 == 0 ? id : -id;
+            const auto first =
+                std::ranges::lower_bound(added, sought, {}, &std::pair<int32_t, std::string>::first);
+            const TrackPath* found = itunes_track_list_find(sought);
+            EXPECT_EQ(found == nullptr ? "" : found->location, first->first == sought ? first->second : "");
+        }
+        itunes_track_list_free();
+        EXPECT_EQ(itunes_track_list_find(INT_MIN), nullptr);
+    }
+}
+
+TEST(FolderPath, KeepsTheOutermostNamesWhereItIsCut) {
+    std::string whole;
+    for (int depth = 0; depth < 300; ++depth) { // each folder lies in the one before it
+        const std::string id = std::to_string(depth);
+        itunes_folder_list_add(depth, id.c_str(), id.c_str(), std::to_string(depth - 1).c_str());
+        whole += (depth == 0 ? "" : "/") + id;
+    }
+    char path[itunes_folder_path_size];
+    char id[itunes_folder_path_size] = "299";
+    itunes_folder_path(path, id);
+    EXPECT_EQ(path, whole.substr(0, 1023));
+    EXPECT_STREQ(id, "-1") << "what was looked for last";
+    itunes_folder_path(path, id);
+    EXPECT_STREQ(path, "");
+    itunes_folder_list_free();
+}

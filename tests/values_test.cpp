@@ -1,0 +1,86 @@
+// Values of library lines, and what is made of them: texts, numbers, paths, stamps and durations.
+
+#include "tests/support.h"
+
+#include <climits>
+
+#include "common/upnp_text.h"
+#include "itunes/plist_scanner.h"
+#include "itunes/track_reader.h"
+
+namespace {
+
+const auto value = [](std::string line) { return take(itunes_get_value(line.data(), "string")); };
+const auto path = [](std::string location) { return take(itunes_location_to_path(location.data())); };
+const auto duration = [](int32_t milliseconds) { return take(itunes_format_duration(milliseconds)); };
+const auto decoded = [](std::string text) {
+    return itunes_url_decode(text.data()), std::string(text.data());
+};
+
+} // namespace
+
+TEST(Values, StandBetweenTheFirstOpeningTagAndTheFirstClosingTagAfterIt) {
+    EXPECT_EQ(value("<key>Name</key><string>Tom &#38; Jerry</string>"), "Tom & Jerry");
+    EXPECT_EQ(value("</string><string>a</strings>b</string><string>c</string>"), "a</strings>b");
+    EXPECT_EQ(value("<string></string>"), "");
+    EXPECT_EQ(value("<string>no end") + value("<strings>x</strings>") + value("<integer>1</integer>"),
+              "(none)(none)(none)");
+    char number[] = "<integer> -12kg</integer>";
+    EXPECT_EQ(itunes_get_integer_value(number, "integer"), -12);
+}
+
+TEST(Values, AreDecodedInPlace) {
+    EXPECT_EQ(decoded("A&amp;B My%20Song+1.mp3 %e2%82%AC%aF"), "A&amp;B My Song 1.mp3 \xE2\x82\xAC\xAF");
+    EXPECT_EQ(decoded("%2541 %26#65; a&#59;b;c"), "%41 &#65; a;b;c") << "once";
+    const std::string halves = "100%4G %zz %z4 %4z %/0 %:0 %@0 %G0 %`0 %g0 % %4";
+    EXPECT_EQ(decoded(halves), halves);
+    EXPECT_EQ(decoded("a&#x26;gone") + decoded("b%00gone") + decoded("c&#"), "abc");
+    EXPECT_EQ(decoded("&#321;&#99999999999;&#-191; &# 65 and all that; x"), "A\xFF"
+                                                                            "A A x");
+    EXPECT_EQ(decoded("open &#66 to the end"), "open B");
+}
+
+TEST(Values, ReadAsNumbersOf32BitsThatSaturate) {
+    const std::pair<const char*, int32_t> rows[] = {{"", 0},
+                                                    {"x1", 0},
+                                                    {"0x10", 0},
+                                                    {" \t\n-12kg", -12},
+                                                    {"+7", 7},
+                                                    {"2147483646", INT_MAX - 1},
+                                                    {"2147483648", INT_MAX},
+                                                    {"-2147483649", INT_MIN},
+                                                    {"99999999999999999999999", INT_MAX}};
+    for (const auto& [text, number] : rows) {
+        EXPECT_EQ(upnp_parse_int32(text), number) << text;
+    }
+}
+
+TEST(Values, BecomeLocalPaths) {
+    EXPECT_EQ(path("file://localhost/Users/anna/A/01 Song.mp3"), "/Users/anna/A/01 Song.mp3");
+    EXPECT_EQ(path("file:///share/Music/Album/"), "/share/Music/Album");
+    EXPECT_EQ(path("file:/music/localhost/a.mp3"), "lhost/a.mp3");
+    EXPECT_EQ(path("file://localhost/C:/Music/a.mp3"), "C:/Music/a.mp3");
+    EXPECT_EQ(path("file://localhost//nas/music/a.mp3"), "/music/a.mp3");
+    EXPECT_EQ(path("file://localhost///music/a.mp3"), "/music/a.mp3");
+    EXPECT_EQ(path("file://localhost\\\\nas\\music\\a.mp3"), "\\music\\a.mp3");
+    EXPECT_EQ(path("file://localhost/\\nas/a.mp3"), "/\\nas/a.mp3");
+    EXPECT_EQ(path("file:ab:"), "b:");
+    for (const char* empty : {"file://localhost//nas", "file://localhost/", "file:", "/", "", "localhost"}) {
+        EXPECT_EQ(path(empty), "") << empty;
+    }
+}
+
+TEST(Values, BecomeStampsAndDurations) {
+    EXPECT_EQ(itunes_modification_stamp("2008-03-15T10:20:30Z"), 894795630); // months of 31 days
+    EXPECT_EQ(itunes_modification_stamp("1980-00-00T00:00:00"), 0);
+    EXPECT_EQ(itunes_modification_stamp("2047-12-31T23:59:59Z"), -2141360897);
+    EXPECT_EQ(itunes_modification_stamp("1980-00-00T00:00:0"), -48); // a digit that is missing
+    EXPECT_EQ(itunes_modification_stamp("\xFF"
+                                        "980-00-00T00:00:00"),
+              -1250988032);
+    EXPECT_EQ(itunes_modification_stamp(""), 1913210160);
+    EXPECT_EQ(duration(0) + " " + duration(245000) + " " + duration(3723004),
+              "0:00:00.000 0:04:05.000 1:02:03.004");
+    EXPECT_EQ(duration(INT_MAX) + " " + duration(-1) + " " + duration(INT_MIN),
+              "596:31:23.647 0:00:00.-01 -596:-31:-23.-");
+}
