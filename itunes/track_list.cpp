@@ -6,11 +6,11 @@ namespace {
 
 constexpr uint32_t entries_in_block = 256;
 
-/// Entries are allocated side by side. Where they came in rising order, as in every library that iTunes
-/// wrote, a block holds a stretch of the list, and a look-up steps over whole blocks by their first id: with
-/// tens of thousands of tracks the walks would otherwise be what an import does most beside its system calls.
+/// Entries are allocated side by side. Where they came in rising order, as in every library that iTunes wrote, a
+/// block holds a stretch of the list, and a look-up steps over whole blocks by their first id: with tens of
+/// thousands of tracks the walks would otherwise be what an import does most beside its system calls.
 struct TrackBlock {
-    TrackBlock* next; // filled after this one
+    TrackBlock* next; // filled before this one
     uint32_t used;
     TrackPath entries[entries_in_block];
 };
@@ -18,39 +18,31 @@ struct TrackBlock {
 struct {
     TrackPath* first; // sorted by ascending id
     TrackPath* last;
-    TrackBlock* first_block; // all memory of the entries, in the order of their adding
-    TrackBlock* last_block;
+    TrackBlock* blocks;   // all memory of the entries, the newest block first
     bool is_out_of_order; // some entry was not added at the end: blocks say nothing of the list then
 } TrackPathList;
 
 /// Returns room for one more entry, or null without memory.
 TrackPath* new_entry() {
-    TrackBlock* block = TrackPathList.last_block;
-    if (block == nullptr || block->used == entries_in_block) {
-        block = static_cast<TrackBlock*>(upnp_malloc(sizeof(TrackBlock)));
+    if (TrackPathList.blocks == nullptr || TrackPathList.blocks->used == entries_in_block) {
+        auto* block = static_cast<TrackBlock*>(upnp_malloc(sizeof(TrackBlock)));
         if (block == nullptr) {
             return nullptr;
         }
-        block->next = nullptr;
+        block->next = TrackPathList.blocks;
         block->used = 0;
-        (TrackPathList.last_block == nullptr ? TrackPathList.first_block : TrackPathList.last_block->next) =
-            block;
-        TrackPathList.last_block = block;
+        TrackPathList.blocks = block;
     }
-    return &block->entries[block->used++];
+    return &TrackPathList.blocks->entries[TrackPathList.blocks->used++];
 }
 
-/// Where a walk to `track_id` starts: no entry of that id or a greater one stands before it. Null for an
-/// empty list.
+/// Where a walk to `track_id` starts: no entry of that id or a greater one stands before it.
 const TrackPath* walk_start(int32_t track_id) {
-    const TrackBlock* block = TrackPathList.first_block;
-    if (block == nullptr || TrackPathList.is_out_of_order) {
-        return TrackPathList.first;
-    }
-    while (block->next != nullptr && block->next->entries[0].track_id < track_id) {
+    const TrackBlock* block = TrackPathList.is_out_of_order ? nullptr : TrackPathList.blocks;
+    while (block != nullptr && block->entries[0].track_id >= track_id) {
         block = block->next;
     }
-    return block->entries;
+    return block == nullptr ? TrackPathList.first : block->entries;
 }
 
 } // namespace
@@ -87,10 +79,10 @@ void itunes_track_list_free() {
         upnp_free_unless_null(entry->location);
         upnp_free_unless_null(entry->title);
     }
-    while (TrackPathList.first_block != nullptr) {
-        TrackBlock* next = TrackPathList.first_block->next;
-        upnp_free(TrackPathList.first_block);
-        TrackPathList.first_block = next;
+    while (TrackPathList.blocks != nullptr) {
+        TrackBlock* next = TrackPathList.blocks->next;
+        upnp_free(TrackPathList.blocks);
+        TrackPathList.blocks = next;
     }
     TrackPathList = {};
 }
