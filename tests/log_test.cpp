@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <sys/time.h>
 
+#include "common/upnp_fileio.h"
 #include "common/upnp_log.h"
 #include "common/upnp_memory.h"
 
@@ -22,12 +23,13 @@ protected:
     }
 };
 
-/// What the clock on the wall shows, as a log line has it.
+/// What a clock shows that is five and a half hours ahead of Greenwich, as a log line has it.
 std::string clock_time() {
     timeval now = {};
     gettimeofday(&now, nullptr);
+    now.tv_sec += 5 * 3600 + 30 * 60;
     char text[20];
-    strftime(text, sizeof text, "%H:%M:%S:", localtime(&now.tv_sec));
+    strftime(text, sizeof text, "%H:%M:%S:", gmtime(&now.tv_sec));
     return text + std::to_string(1000 + now.tv_usec / 1000).substr(1) + " ";
 }
 
@@ -46,9 +48,9 @@ TEST_F(Log, WritesTimeMessageAndLineFeedCutAtTheBuffer) {
 }
 
 TEST_F(Log, TellsTheLocalTimeToTheMillisecond) {
-    setenv("TZ", "FAR-05:30", 1);
-    tzset();
     char text[20];
+    upnp_log_timestamp(text, sizeof text); // in another zone
+    setenv("TZ", "FAR-05:30", 1);
     for (int round = 0; round < 20; ++round) {
         const std::string before = clock_time();
         upnp_log_timestamp(text, sizeof text);
@@ -98,6 +100,11 @@ TEST_F(Log, AppendsToItsFileUntilItIsClosed) {
 TEST_F(Log, FallsBackToTheConsoleForGoodWhateverTheMask) {
     for (const uint32_t mask : {128U, 129U}) {
         upnp_log_set_mask(mask);
+        (void)stdout_of([] { // whose failure to write does not hide what failed before
+            upnp_log_init("/dev/full");
+            EXPECT_EQ(upnp_file_create_path("/dev/null/x"), -1);
+            EXPECT_EQ(errno, ENOTDIR);
+        });
         std::string printed = mask_times(stdout_of([] {
             upnp_log_init("/dev/full");
             upnp_log_message(0, "%s", "first");

@@ -122,5 +122,6 @@ TEST(FolderPath, KeepsTheOutermostNamesWhereItIsCut) {
     EXPECT_STREQ(id, "-1") << "what was looked for last";
     itunes_folder_path(path, id);
     EXPECT_STREQ(path, "");
+    EXPECT_EQ(itunes_folder_list_find("299")->playlist_id, 299);
     itunes_folder_list_free();
 }

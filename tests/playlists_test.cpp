@@ -7,7 +7,7 @@ using Playlists = Import;
 namespace {
 
 const std::string tracks = track(1, "a.mp3") + track(2, "b.mp3") + track(3, "x.mov/plain") +
-                           track(4, "c.mp4") + track(5, "d.m4v") + track(6, "e.MOV") + track(7, "f.mov") +
+                           track(4, "c.mp4") + track(5, "d.m4v") + track(6, "e.MOV") + track(7, "f.1.mov") +
                            track(8, "plain");
 
 } // namespace
@@ -19,7 +19,7 @@ TEST_F(Playlists, HaveTheirFoldersInTheirTitles) {
                 folder("June", "F4", inside("F3")) + playlist("Road Trip", "P1", {1, 1}, inside("F4")) +
                 named("takes the id that the last walk reached") + items_key + plays(2) +
                 named("only a parent") + inside("F2") + items_key + playlist("old", "P2", {}) +
-                playlist("new", "P2", {2}) + named("not in the folder list") + with_id("P9") + plays(1));
+                playlist("new", "P2", {2}) + named("not in the folder list") + with_id("p1") + plays(1));
     EXPECT_EQ(import(), imported("", {{"Holidays___more##M", "Holidays & more", {"b.mp3"}},
                                       {"Holidays___more_2009_June_Road_Trip##M",
                                        "Holidays & more/2009/June/Road Trip",
@@ -52,7 +52,7 @@ TEST_F(Playlists, AreVideoByTheirFirstPlayableTrackOrByAPlaylistBefore) {
                                       {"again##M", "again", {"b.mp3"}},
                                       {"clips##V", "clips", {"a.mp3"}},
                                       {"mp4##V", "mp4", {"c.mp4"}},
-                                      {"mov##V", "mov", {"f.mov"}},
+                                      {"mov##V", "mov", {"f.1.mov"}},
                                       {"no##M", "no", {"plain"}},
                                       {"stop##M", "stop", {"x.mov/plain"}}}));
 }

@@ -82,24 +82,30 @@ TEST(String, GrowsToTwiceItsSizeOrMore) {
     upnp_string_t huge = {UINT32_MAX - 2, UINT32_MAX - 1, data};
     EXPECT_EQ(upnp_string_append(&huge, "more than 32 bits count"), &huge);
     EXPECT_EQ(huge.length, UINT32_MAX - 2);
+    upnp_string_t bare = {};
+    EXPECT_STREQ(upnp_string_append(&bare, "abc")->data, "abc");
+    upnp_free(bare.data);
 }
 
 TEST(Text, IsCutAtItsBuffer) {
     using namespace std::string_literals;
     const wchar_t beyond[] = {0x7FFFFFFF, 0};
+    const char* no_format = nullptr;
     char buffer[] = "12345678";
     EXPECT_EQ(upnp_format(buffer, 4, "%s", "abcd"), 4);
     EXPECT_EQ(std::string(buffer, 8), "abc\0005678"s);
     upnp_copy_text(buffer, 4, "ABCD");
     EXPECT_EQ(std::string(buffer, 8), "ABC\0005678"s);
+    EXPECT_EQ(upnp_format(buffer, 8, no_format, 1), 0);
+    EXPECT_EQ(std::string(buffer, 8), "\0BC\0005678"s);
     EXPECT_EQ(upnp_format(buffer, 8, "ab%ls", beyond), 0) << "no encoding has such a character";
     EXPECT_STREQ(buffer, "");
 }
 
 TEST(Mutex, LetsItsOwnerInAgainAndOthersWait) {
-    static upnp_mutex_t mutex;
+    upnp_mutex_t mutex = {{}, 1, 1};
     upnp_mutex_init(&mutex);
-    const auto is_free = [] { // for anybody who does not look at the owner
+    const auto is_free = [&mutex] { // for anybody who does not look at the owner
         return pthread_mutex_trylock(&mutex.mutex) == 0 && pthread_mutex_unlock(&mutex.mutex) == 0;
     };
     for (int round = 0; round < 2; ++round) {
