@@ -11,6 +11,7 @@
 #include "common/upnp_fileio.h"
 #include "common/upnp_log.h"
 #include "common/upnp_memory.h"
+#include "itunes/library_setting.h"
 #include "itunes/plist_scanner.h"
 #include "server/common/upnp_items.h"
 
@@ -63,18 +64,19 @@ TEST_F(FileLayer, WorksWithoutAWord) {
         file->blocks->data = upnp_malloc(1);
         upnp_file_close(file);
     };
-    EXPECT_EQ(
-        logged([&] {
-            EXPECT_EQ(upnp_file_mkdir("d") | upnp_file_create_path("d/") | upnp_file_create_path("/"), 0);
-            write(upnp_file_open_write("d/f"), O_WRONLY, 0, "long\n");
-            write(upnp_file_open_write("d/f"), O_WRONLY, 0, "s"); // from the start, cutting nothing
-            write(upnp_file_open_append("d/f"), O_RDWR, 5, "end");
-            write(upnp_file_open_append("new"), O_RDWR, 0, "");
-            EXPECT_EQ(upnp_file_exists("d/f"), 1);
-            EXPECT_EQ(upnp_file_rename("d/f", "f") | upnp_file_rename("new", "d/f") | upnp_file_unlink("d/f"),
-                      0);
-        }),
-        "");
+    EXPECT_EQ(logged([&] {
+                  EXPECT_EQ(upnp_file_mkdir("d") | upnp_file_create_path("d/") | upnp_file_create_path("/"),
+                            0);
+                  write(upnp_file_open_write("d/f"), O_WRONLY, 0, "long\n");
+                  write(upnp_file_open_write("d/f"), O_WRONLY, 0, "s"); // from the start, cutting nothing
+                  write(upnp_file_open_append("d/f"), O_RDWR, 5, "end");
+                  write(upnp_file_open_append("new"), O_RDWR, 0, "");
+                  EXPECT_EQ(upnp_file_exists("d/f"), 1);
+                  EXPECT_EQ(upnp_file_rename("d/f", "f") | upnp_file_rename("new", "d/f"), 0);
+                  import_write_library_setting("d/f");
+                  EXPECT_EQ(upnp_file_unlink("d/f"), 0);
+              }),
+              "");
     upnp_file_close(upnp_file_open_append("new"));
     EXPECT_EQ(read_tree("."), (Tree{{"d/", ""}, {"f", "song\nend"}, {"new", ""}}));
     for (const auto& [path, mode] : std::map<const char*, mode_t>{{"d", 0777}, {"new", 0644}, {"f", 0644}}) {
@@ -191,7 +193,13 @@ TEST_F(FileLayer, WalksWhatIsNotHidden) {
         EXPECT_EQ(seen, (std::map<std::string, int>{
                             {"Lost+Found", 0}, {"dangling", 1}, {"link", 11}, {"plain", 0}, {"sub", 10}}));
     }
-    upnp_dir_close(upnp_dir_open("d"));
+    std::string longest = "d";
+    while (longest.size() < 2045) {
+        longest += "/.";
+    }
+    UpnpDirWalk* walk = upnp_dir_open(longest.c_str());
+    EXPECT_EQ(walk->entry_path, (longest + "/" + walk->entry_name).substr(0, 2047));
+    upnp_dir_close(walk);
     for (const char* path : {"empty", "missing", "/proc", "/proc/self"}) {
         EXPECT_EQ(upnp_dir_open(path), nullptr);
     }

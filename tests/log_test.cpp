@@ -8,6 +8,7 @@
 #include "common/upnp_fileio.h"
 #include "common/upnp_log.h"
 #include "common/upnp_memory.h"
+#include "server/common/upnp_items.h"
 
 namespace {
 
@@ -67,11 +68,13 @@ TEST_F(Log, WantsWhatTheMaskHoldsAndWhatIsRaised) {
         int32_t is_wanted;
     } rows[] = {{0, 128, 4, 0}, {128, 128, 1, 1}, {128, 1, 1, 0},   {128, 4, 1, 0},
                 {128, 1, 2, 1}, {128, 1, 4, 1},   {128, 1, 5, 0},   {128, 1, 0, 0},
-                {4, 0, 1, 1},   {129, 129, 1, 1}, {128, 129, 1, 0}, {4, 8, ~0U, 0}};
+                {4, 0, 1, 1},   {4, 8, ~0U, 0},   {129, 129, 1, 1}, {128, 129, 1, 0}};
     for (const auto& [mask, category, level, is_wanted] : rows) {
         upnp_log_set_mask(mask);
         EXPECT_EQ(upnp_log_check(category, level), is_wanted) << mask << ' ' << category << ' ' << level;
     }
+    const auto damaged = [] { EXPECT_EQ(upnp_database_object_create_from_data("16FFFx", 6), nullptr); };
+    EXPECT_EQ(stdout_of(damaged), "") << "a line of the first level, about the database";
 }
 
 TEST_F(Log, AppendsToItsFileUntilItIsClosed) {

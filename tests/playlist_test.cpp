@@ -20,7 +20,7 @@ TEST(Wpl, DocumentsAreTheseBytes) {
     const WplParam params[] = {
         {"n1", "v&", 1}, {"n2", "v2", 2}, {nullptr, "v3", 3}, {"n4", nullptr, -1}, {text, "", 0}};
     const WplMedia none = {"none", params, 0}, null = {"null", nullptr, 1}, four = {"four", params, 4},
-                   five = {"five", params, 5}, cut = {text, params, 0};
+                   five = {"five", params, 5}, cut = {text, params, 0}, no_source = {};
     const char* title = text + 1100 - 731; // with a file name of one character it is too long
     UpnpFile* file = upnp_file_open_write("wpl");
     const uint32_t results[] = {
@@ -40,7 +40,10 @@ TEST(Wpl, DocumentsAreTheseBytes) {
     EXPECT_EQ(std::ranges::count(results, 1U), std::ssize(results)) << testing::PrintToString(results);
     const uint32_t cuts[] = {upnp_wpl_write_header(file, "M", title, "+", 0, 0),
                              upnp_wpl_add_media(file, text + 1100 - 1004),
-                             upnp_wpl_add_media_params(file, &five), upnp_wpl_add_media_params(file, &cut)};
+                             upnp_wpl_add_media_params(file, &five),
+                             upnp_wpl_add_media_params(file, &cut),
+                             upnp_wpl_add_media_params(file, &no_source),
+                             upnp_wpl_add_media(file, nullptr)};
     EXPECT_EQ(std::ranges::count(cuts, 0U), std::ssize(cuts)) << testing::PrintToString(cuts);
     upnp_file_close(file);
     expect_golden(read_file("wpl"), "wpl.txt");
@@ -75,17 +78,20 @@ TEST(PlaylistFile, IsNamedAfterThePlaylistWithSixteenCharactersReplaced) {
         }
         EXPECT_EQ(read_tree("."), expected);
     }
+    char path[import_path_size];
+    itunes_playlist_file_path(path, "d", "M", std::string(256, 'n').c_str());
+    EXPECT_EQ(path, "d/iTunes-playlist-" + std::string(255, 'n') + ".wpl") << "cut by itself";
 }
 
 TEST(TrackList, IsSortedByIdAndThenByAge) {
     std::vector<std::pair<int32_t, std::string>> added = {{INT_MAX, "x"}, {INT_MIN, "y"}, {0, "z"}};
     uint32_t random = 1;
-    for (int round = 0; round < 2; ++round) {
-        for (int place = 0; place < 1500; ++place) { // rising at first, then anywhere, with ids that recur
-            random = random * 1664525 + 1013904223;
-            added.emplace_back(place < 700 ? 10 * place : static_cast<int32_t>(random >> 20) - 100,
-                               std::to_string(place));
-        }
+    for (int place = 0; place < 1500; ++place) { // rising at first, then anywhere, with ids that recur
+        random = random * 1664525 + 1013904223;
+        added.emplace_back(place < 700 ? 10 * place : static_cast<int32_t>(random >> 22) - 100,
+                           std::to_string(place));
+    }
+    for (int round = 0; round < 2; ++round) { // the second time in order
         for (const auto& [id, place] : added) {
             itunes_track_list_add(place.c_str(), id == 0 ? nullptr : "title", id);
         }

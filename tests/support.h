@@ -51,7 +51,7 @@ using Tree = std::map<std::string, std::string>;
 inline Tree read_tree(const std::string& folder) {
     Tree tree;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
-        const std::string path = std::filesystem::relative(entry.path(), folder);
+        const std::string path = entry.path().lexically_relative(folder);
         tree[path + (entry.is_directory() ? "/" : "")] = entry.is_directory() ? "" : read_file(entry.path());
     }
     return tree;

@@ -29,7 +29,7 @@ constexpr int no_fault = 0, call_once = 1, calls_onward = 2, allocation_once = 3
 
 /// Shared with the children, which count what they do.
 struct Progress {
-    long calls, allocations;
+    long calls, allocations, yields;
     int32_t left_in_use;  // bytes, after a whole run
     bool hit_a_step_back; // the fault lost the scanner's place: up to a buffer of lines is gone with it
     bool hit_a_look;      // the fault hit a read, a position query or a sync, by which nothing is lost
@@ -118,6 +118,7 @@ extern "C" void* __wrap_malloc(size_t size) {
 }
 // Costs more than the rest of a run where the machine is busy.
 extern "C" int __wrap_sched_yield() {
+    progress != nullptr ? ++progress->yields : 0;
     return 0;
 }
 // The address sanitizer copies a smaller quarantine at each of the many forks three times as fast.
@@ -272,6 +273,15 @@ TEST(Torture, WhatIsMissingIsToldAndNothingIsLost) {
         EXPECT_EQ(told(allocations_onward, number, [] { EXPECT_EQ(upnp_dir_open("d"), nullptr); }), "");
     }
     EXPECT_EQ(told(call_once, 3, [] { upnp_dir_close(upnp_dir_open("d")); }), "") << "a failing lstat";
+    for (const long number : {1, 2, 3, 4}) { // a value that is read, its property, and copies of both
+        EXPECT_EQ(told(allocation_once, number,
+                       [] {
+                           MediaObject* object = upnp_database_object_create_from_data("14001a", 6);
+                           upnp_database_object_free(upnp_database_object_copy(object, nullptr));
+                           upnp_database_object_free(object);
+                       }),
+                  "");
+    }
     EXPECT_EQ(open_files(), files + 1);
     upnp_mutex_t mutex;
     EXPECT_EQ(stderr_of([&] { told(call_once, 1, [&] { upnp_mutex_init(&mutex); }); }), "can't init mutex\n");
@@ -295,6 +305,7 @@ TEST(Torture, EachRunEndsAndHarmsNothing) {
         lay_out();
         ASSERT_EQ(import_with(no_fault, 0, shared), 0);
         EXPECT_EQ(shared->left_in_use, 0);
+        EXPECT_EQ(shared->yields, 34 + 13) << "for each line, and for each of a track once more";
         EXPECT_EQ(shared->unsynced_at_commit, 1) << "only the log has not reached the disk by then";
         whole = read_tree(".");
         ASSERT_EQ(records_of(whole["db/itunes.import.items"]).size(), 3U);

@@ -6,8 +6,6 @@ using Tracks = Import;
 
 namespace {
 
-const std::string music = ">>>>\n03020object.item.audioItem.musicTrack\n45001d\n";
-
 std::string date(const std::string& key, const std::string& value) {
     return "<key>" + key + "</key><date>" + value + "</date>\n";
 }
@@ -30,8 +28,8 @@ TEST_F(Tracks, AreRecordsWithTheirNewestPropertyFirst) {
 TEST_F(Tracks, HoldWhatEachKeyLeadsTo) {
     lay_out(track(2, "%61.mp4",
                   text("Sort Name", "no property") + text("Album Artist", "Caf\xC3\xA9 &#38; Co") +
-                      text("Composer", "%n%s%%") + number("Rating", "90") + "<key>Play Count</key>\n" +
-                      number("Disc Count", "2") + number("Disc Number", "x") +
+                      "<key>Genre</key>" + text("Composer", "%n%s%%") + number("Rating", "79") +
+                      "<key>Play Count</key>\n" + number("Disc Count", "2") + number("Disc Number", "x") +
                       date("Play Date UTC", "2008-01-15T20:31:12Z") + number("Year", "2005") +
                       number("Year", "2005-06-07") + flag("Has Video") + flag("Compilation") +
                       number("Track Number", "0") + number("Bit Rate", "0") + number("Sample Rate", "0") +
@@ -41,7 +39,7 @@ TEST_F(Tracks, HoldWhatEachKeyLeadsTo) {
     EXPECT_EQ(import(),
               imported(">>>>\n0301Bobject.item.videoItem.movie\n45001d\n3C005a.mp4\n3D00A2147483647\n"
                        "2B0011\n2100A2005-06-07\n230132008-01-15T20:31:12\n2F0010\n2E0012\n1F0010\n"
-                       "200014\n18006%n%s%%\n1B00ACaf\xC3\xA9 & Co\n"));
+                       "200013\n18006%n%s%%\n1B00ACaf\xC3\xA9 & Co\n"));
 }
 
 TEST_F(Tracks, OverwriteLentTextsAndReplaceNumbers) {
@@ -62,9 +60,9 @@ TEST_F(Tracks, OverwriteLentTextsAndReplaceNumbers) {
 TEST_F(Tracks, GetARecordWhereTheyAreFilesAndPlayWhereTheyHaveAPlace) {
     const std::string url = text("Track Type", "URL");
     lay_out(track(1, "a.mp3", flag("Protected")) + number("Track ID", "2") + url +
-                text("Location", "http://radio/%41") + "</dict>\n" + track(3, "missing.mp3") +
-                number("Track ID", "4") + named("no location") + "</dict>\n" +
-                track(5, "a.mp3", "<key>Protected</key><false/>\n" + text("Track Type", "Remote")) +
+                text("Track Type", "file") + text("Location", "http://radio/%41") + "</dict>\n" +
+                track(3, "missing.mp3") + number("Track ID", "4") + named("no location") + "</dict>\n" +
+                track(5, "a.mp3", "<key>Protected</key><false/>\n" + text("Track Type", "url")) +
                 number("Track ID", "6") + text("Location", "file:a.mp3") + url +
                 "<key>Track Type</key>\n</dict>\n",
             playlist("all", "P", {6, 5, 4, 3, 2, 1, 0, 3}) + "<key>Track ID</key>\n", "a.mp3");

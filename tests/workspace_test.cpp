@@ -20,7 +20,7 @@ TEST_F(Workspace, ARunReplacesItsOwnFilesAndKeepsAllOthers) {
         write_file(path, "of " + path);
     }
     write_file("pl/notes.wpl.bak", "replaced");
-    const char* arguments = "-dbdir db -itunes-lib lib/l.xml -playlist-dir pl -noclean";
+    const char* arguments = "-dbdir db -itunes-lib ./lib/l.xml -playlist-dir pl -noclean";
     EXPECT_EQ(run(arguments), (Tree{{"lib/iTunes Library.itl.tmp", gone},
                                     {"lib/iT.tmp.keepsnot", gone},
                                     {"db/itunes.import.items", ""},
@@ -70,6 +70,9 @@ TEST_F(Workspace, ADanglingLinkInItsPlaceIsReplaced) {
     EXPECT_EQ(import(), (Tree{{"db/itunes-import-temp", gone},
                               {"db/itunes-import-temp/", ""},
                               {"db/itunes.import.items", ""}}));
+    std::filesystem::remove("db/itunes-import-temp");
+    std::filesystem::create_directory_symlink("..", "db/itunes-import-temp"); // one to a directory is used up
+    EXPECT_EQ(import(), (Tree{{"db/itunes-import-temp/", gone}}));
 }
 
 TEST_F(Workspace, PathsThatFitTheirBuffersMove) {
