@@ -44,12 +44,6 @@ size_t count_lines(UpnpFile* library) {
     return lines;
 }
 
-int32_t close_stale() {
-    auto* file = static_cast<UpnpFile*>(upnp_calloc(1, sizeof(UpnpFile)));
-    file->descriptor = 999;
-    return upnp_file_close(file), 0;
-}
-
 } // namespace
 
 TEST_F(FileLayer, WorksWithoutAWord) {
@@ -91,6 +85,8 @@ TEST_F(FileLayer, ReturnsAndLogsWhatFails) {
     write_file("file", "x");
     write_file("dir/file", "");
     UpnpFile stale = {999, 9, 0, nullptr}; // a descriptor that nothing has
+    auto* owned = static_cast<UpnpFile*>(upnp_calloc(1, sizeof stale));
+    owned->descriptor = 999;
     UpnpFileStat status = {};
     char line[8] = "";
     std::string all;
@@ -118,20 +114,15 @@ TEST_F(FileLayer, ReturnsAndLogsWhatFails) {
     SHOW(upnp_file_write(&stale, "abc", 3));
     SHOW(*upnp_file_read_line(line, 5, &stale));
     SHOW(upnp_file_at_end(&stale));
-    SHOW(close_stale());
+    SHOW((upnp_file_close(owned), 0));
     SHOW(upnp_database_object_create_from_data("16FFFx", 6) != nullptr);
     SHOW(upnp_database_object_create_from_data("16", 2) != nullptr);
     SHOW(upnp_database_object_create_from_data(">>>>\n16FFF", 10) != nullptr);
     SHOW(upnp_database_object_create_from_data(">>>>\n16000\n16FFF", 16) != nullptr);
+    for (const auto& [path, bytes] : read_tree(".")) {
+        all += "left: " + path + " " + bytes + "\n";
+    }
     expect_golden(all, "failures.txt");
-    EXPECT_EQ(read_tree("."), (Tree{{"file", "x"},
-                                    {"dir/", ""},
-                                    {"dir/file", ""},
-                                    {"a/", ""},
-                                    {"a/b/", ""},
-                                    {"a/b/c/", ""},
-                                    {"a/b/c/d/", ""},
-                                    {"x:e/", ""}}));
 }
 
 TEST_F(FileLayer, ReportsSizesOffsetsAndTimesIn64Bits) {

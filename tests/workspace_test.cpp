@@ -76,6 +76,9 @@ TEST_F(Workspace, ADanglingLinkInItsPlaceIsReplaced) {
 }
 
 TEST_F(Workspace, PathsThatFitTheirBuffersMove) {
+    char buffer[] = "12345678";
+    import_move_source(buffer, 5, "a%%b%c%%%%");
+    EXPECT_EQ(std::string(buffer, 8), std::string("a%b%\000678", 8));
     std::string deep = "deep";
     for (int folders = 0; folders < 4; ++folders) {
         deep += "/" + std::string(248, 'd');
