@@ -106,11 +106,9 @@ TEST_F(FileLayer, ReturnsAndLogsWhatFails) {
     SHOW(upnp_file_unlink("no"));
     SHOW(upnp_dir_unlink("dir"));
     SHOW(upnp_file_mkdir("file"));
-    SHOW(upnp_file_create_path("file/a/b"));
-    SHOW(upnp_file_create_path("C:/e/f"));
-    SHOW(upnp_file_create_path("x:e"));
-    SHOW(upnp_file_create_path(""));
-    SHOW(upnp_file_create_path("a/b/c/d/"));
+    for (const char* path : {"file/a/b", "C:/e/f", "x:e", "", "a/b/c/d/"}) {
+        show(path, [&] { return upnp_file_create_path(path); });
+    }
     SHOW(upnp_file_write(&stale, "abc", 3));
     SHOW(*upnp_file_read_line(line, 5, &stale));
     SHOW(upnp_file_at_end(&stale));

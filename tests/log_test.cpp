@@ -79,16 +79,16 @@ TEST_F(Log, WantsWhatTheMaskHoldsAndWhatIsRaised) {
 
 TEST_F(Log, AppendsToItsFileUntilItIsClosed) {
     const TempDir folder;
-    write_file("log", "earlier\n");
+    write_file("xlog", "earlier\n");
     const int64_t before = open_files();
-    EXPECT_EQ(upnp_log_init("log"), 1);
-    EXPECT_EQ(upnp_log_init("log"), 1) << "closes the file that was open";
+    EXPECT_EQ(upnp_log_init("xlog"), 1);
+    EXPECT_EQ(upnp_log_init("xlog"), 1) << "closes the file that was open";
     EXPECT_EQ(stdout_of([] { upnp_log_message(0, "line"), upnp_log_write_raw("raw"), upnp_log_flush(); }),
               "");
     EXPECT_EQ(open_files(), before + 1);
     upnp_log_close();
     EXPECT_EQ(open_files(), before);
-    EXPECT_EQ(mask_times(read_file("log")), "earlier\nTIME line\nraw");
+    EXPECT_EQ(mask_times(read_file("xlog")), "earlier\nTIME line\nraw");
     EXPECT_EQ(upnp_log_init(nullptr), 1);
     EXPECT_EQ(stdout_of([] {
                   upnp_log_write_raw("flushed");

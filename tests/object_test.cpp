@@ -113,8 +113,16 @@ TEST_F(Objects, AnswerQuestions) {
     EXPECT_EQ(Object().valid(51) + Object().add(20, ".d.e.l.e.t.e.d.").valid(20), "(none).d.e.l.e.t.e.d.");
     EXPECT_EQ(Object().add(22, "Artist").valid(21) + Object().add(20, marker_).valid(20), "(none)(none)");
     EXPECT_EQ(upnp_database_object_get_property(Object().add(20, marker_).first, 20), marker_);
-    const std::pair<std::string, int32_t> rows[] = {
-        {"12x", 12}, {"3000000000", INT_MAX}, {"8", 8}, {"", 7}, {marker_, 7}};
+    const std::pair<std::string, int32_t> rows[] = {{"12x", 12},
+                                                    {"0x9", 0},
+                                                    {" \t\n+79", 79},
+                                                    {"3000000000", INT_MAX},
+                                                    {"-3000000000", INT_MIN},
+                                                    {"2147483647", INT_MAX},
+                                                    {"-2147483648", INT_MIN},
+                                                    {"8", 8},
+                                                    {"", 7},
+                                                    {marker_, 7}};
     for (const auto& [value, number] : rows) {
         EXPECT_EQ(upnp_database_object_get_long(Object().add(61, "1").set(61, value).first, 61, 7), number)
             << value;

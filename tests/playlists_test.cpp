@@ -60,10 +60,11 @@ TEST_F(Playlists, AreVideoByTheirFirstPlayableTrackOrByAPlaylistBefore) {
 TEST_F(Playlists, InCirclesOfParentsEnd) {
     lay_out(tracks, playlist("A", "A", {1}, inside("B") + flag("Folder")) +
                         playlist("B", "B", {1}, inside("A") + flag("Folder")) +
-                        playlist("S", "S", {1}, inside("S")));
-    EXPECT_EQ(
-        import(),
-        imported("", {{"B_A##M", "B/A", {"a.mp3"}}, {"A_B##M", "A/B", {"a.mp3"}}, {"S##M", "S", {"a.mp3"}}}));
+                        playlist("S", "S", {1}, inside("S")) + playlist("X", "X", {1}, inside("A")));
+    EXPECT_EQ(import(), imported("", {{"B_A##M", "B/A", {"a.mp3"}},
+                                      {"A_B##M", "A/B", {"a.mp3"}},
+                                      {"S##M", "S", {"a.mp3"}},
+                                      {"B_A_X##M", "B/A/X", {"a.mp3"}}}));
 }
 
 TEST_F(Playlists, WithoutItemsLeaveTheirTextsToTheNext) {

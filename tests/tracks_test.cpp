@@ -23,10 +23,11 @@ TEST_F(Tracks, HoldWhatEachKeyLeadsTo) {
                       number("Sample Rate", "0") + text("Genre", "") + number("Size", "4000000000")) +
                 "</dict>" + named("too late") + text("Artist", "between dictionaries"),
             "", "a.mp4");
-    EXPECT_EQ(import(),
-              imported(">>>>\n0301Bobject.item.videoItem.movie\n45001d\n3C005a.mp4\n3D00A2147483647\n3F003192\n"
-                       "2B0011\n2100A2005-06-07\n230132008-01-15T20:31:12\n2F0010\n2E0012\n1F0010\n"
-                       "200013\n18006%n%s%%\n1B00ACaf\xC3\xA9 & Co\n"));
+    EXPECT_EQ(
+        import(),
+        imported(">>>>\n0301Bobject.item.videoItem.movie\n45001d\n3C005a.mp4\n3D00A2147483647\n3F003192\n"
+                 "2B0011\n2100A2005-06-07\n230132008-01-15T20:31:12\n2F0010\n2E0012\n1F0010\n"
+                 "200013\n18006%n%s%%\n1B00ACaf\xC3\xA9 & Co\n"));
 }
 
 TEST_F(Tracks, OverwriteLentTextsAndReplaceNumbers) {

@@ -4,7 +4,6 @@
 
 #include <climits>
 
-#include "common/upnp_text.h"
 #include "itunes/plist_scanner.h"
 #include "itunes/track_reader.h"
 
@@ -39,21 +38,6 @@ TEST(Values, AreDecodedInPlace) {
     EXPECT_EQ(decoded("&#321;&#99999999999;&#-191; &# 65 and all that; x"), "A\xFF"
                                                                             "A A x");
     EXPECT_EQ(decoded("open &#66 to the end"), "open B");
-}
-
-TEST(Values, ReadAsNumbersOf32BitsThatSaturate) {
-    const std::pair<const char*, int32_t> rows[] = {{"", 0},
-                                                    {"x1", 0},
-                                                    {"0x10", 0},
-                                                    {" \t\n-12kg", -12},
-                                                    {"+7", 7},
-                                                    {"2147483646", INT_MAX - 1},
-                                                    {"2147483648", INT_MAX},
-                                                    {"-2147483649", INT_MIN},
-                                                    {"99999999999999999999999", INT_MAX}};
-    for (const auto& [text, number] : rows) {
-        EXPECT_EQ(upnp_parse_int32(text), number) << text;
-    }
 }
 
 TEST(Values, BecomeLocalPaths) {

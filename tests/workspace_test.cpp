@@ -45,15 +45,6 @@ TEST_F(Workspace, PercentSignsInPairsKeepAPlaylistInTheWorkspace) {
                               {"db/itunes.import.items", ""}}));
 }
 
-TEST_F(Workspace, AMissingPlaylistFolderLeavesTheFilesForALaterRun) {
-    lay_out("");
-    write_file("db/itunes-import-temp/a.wpl", "left over");
-    EXPECT_EQ(import("-playlist-dir pl"), (Tree{{"db/itunes.import.items", ""}}));
-    std::filesystem::create_directory("pl");
-    EXPECT_EQ(import("-playlist-dir pl"),
-              (Tree{{"db/itunes-import-temp/a.wpl", gone}, {"pl/a.wpl", "left over"}}));
-}
-
 TEST_F(Workspace, WithoutATemporaryItemsFileThereAreNoItemsAfterwards) {
     lay_out(track(1, "l.xml"), "", "db/itunes-import-temp/itunes.import.temp.items/x");
     write_file("db/itunes.import.items", "old items");
