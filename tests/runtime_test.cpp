@@ -174,13 +174,13 @@ TEST(NullArguments, AreRefusedEverywhere) {
         import_move_files("x", ".", null), itunes_read_track(1, null, null);
         itunes_playlist_export(null), upnp_database_object_write(null, null);
         itunes_read_library(null, null), itunes_read_library("", null);
-        itunes_folder_path(null, t), itunes_folder_path(t, null);
+        itunes_folder_path(null, t), itunes_folder_path(line, null);
         itunes_playlist_file_path(null, ".", "M", "name"), itunes_playlist_file_path(path, null, "M", "n");
         upnp_log_message(0, no_format, 1);
     };
     std::string noted;
     upnp_log_set_mask(UINT32_MAX); // what is refused is not tried either, which would be logged
-    EXPECT_EQ(stdout_of([&] { noted = stderr_of(work); }) + path, "");
+    EXPECT_EQ(stdout_of([&] { noted = stderr_of(work); }) + path + line, "<string>x</string>");
     upnp_log_set_mask(0);
     const std::string refused = "upnp_log_message - LogCriticalSection not initialized! (";
     EXPECT_EQ(noted, refused + "LOG_SYSTEM:upnp_file_open_write file open write error \"%s\")\n" + refused +
