@@ -12,6 +12,7 @@
 #include "common/upnp_log.h"
 #include "common/upnp_memory.h"
 #include "itunes/library_setting.h"
+#include "itunes/library_walk.h"
 #include "itunes/plist_scanner.h"
 #include "server/common/upnp_items.h"
 
@@ -112,6 +113,7 @@ TEST_F(FileLayer, ReturnsAndLogsWhatFails) {
     SHOW(*upnp_file_read_line(line, 5, &stale));
     SHOW(upnp_file_at_end(&stale));
     SHOW((upnp_file_close(owned), 0));
+    SHOW((itunes_read_library("no", nullptr), 0));
     SHOW(upnp_database_object_create_from_data("16FFFx", 6) != nullptr);
     SHOW(upnp_database_object_create_from_data("16", 2) != nullptr);
     SHOW(upnp_database_object_create_from_data(">>>>\n16FFF", 10) != nullptr);
