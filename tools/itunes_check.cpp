@@ -147,7 +147,7 @@ int judge(const LibraryTally* tally, const CheckOptions* options, const ItemsCom
         status = fail(path, "is no iTunes library: no line holds a key of one");
     } else if (library_tally_layout(tally) == LibraryLayout::other) {
         begin_failure(path);
-        fprintf(stderr, "has another layout: %u of %u keys have no line with their value\n",
+        fprintf(stderr, "has another layout: %u of %u keys without their value on their line\n",
                 tally->keys_apart, tally->keys_beside + tally->keys_apart);
         status = exit_failed;
     }
@@ -161,7 +161,7 @@ int judge(const LibraryTally* tally, const CheckOptions* options, const ItemsCom
     const int32_t share = options->min_share < 0 ? default_share : options->min_share;
     if (uint64_t{records} * 100 < items->records * static_cast<uint64_t>(share)) {
         begin_failure(path);
-        fprintf(stderr, "%u records to come are less than %d percent of the %llu in ", records, share,
+        fprintf(stderr, "records to come: %u, less than %d percent of the %llu in ", records, share,
                 static_cast<unsigned long long>(items->records));
         print_escaped(stderr, items->path);
         putc('\n', stderr);

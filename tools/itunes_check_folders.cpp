@@ -33,12 +33,11 @@ void keep_shared(FolderGroup* group, const char* folder, uint32_t length) {
     }
     const bool at_name_end = (shared == length || folder[shared] == '/') &&
                              (group->folder[shared] == '\0' || group->folder[shared] == '/');
-    while (!at_name_end && shared > 0 && group->folder[shared] != '/') {
-        --shared;
+    if (!at_name_end) {
+        while (shared > 0 && group->folder[--shared] != '/') {
+        }
     }
-    if (group->folder[shared] != '\0') {
-        group->folder[shared] = '\0';
-    }
+    group->folder[shared] = '\0';
 }
 
 /// Tells fewer groups apart.

@@ -5,13 +5,13 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "common/upnp_fileio.h"
 #include "common/upnp_memory.h"
 #include "common/upnp_text.h"
 #include "itunes/import_run.h"
 #include "itunes/import_workspace.h"
 #include "itunes/plist_scanner.h"
 #include "itunes/track_reader.h"
+#include "tools/count_records.h"
 #include "tools/itunes_check_spelling.h"
 
 namespace {
@@ -227,9 +227,7 @@ bool library_tally_fill(LibraryTally* tally, const char* directory) {
     checked_playlists_settle(&tally->playlists, import_run.temp_dir);
     char items_path[import_path_size];
     import_run_temp_items_path(items_path);
-    UpnpFileStat status = {};
-    const bool has_records = tally->tracks[static_cast<size_t>(TrackOutcome::record)] > 0;
-    return upnp_file_stat(items_path, &status) == 0 && (!has_records || status.size > 0) &&
+    return count_records(items_path) == tally->tracks[static_cast<size_t>(TrackOutcome::record)] &&
            !tally->playlists.is_short;
 }
 

@@ -62,8 +62,8 @@ struct LibraryTally {
 };
 
 /// Runs the import's reading with an empty workspace below `directory`, and fills the tally, of which the
-/// caller has set the beginning up to print_track and cleared the rest. False where the workspace can not be
-/// written.
+/// caller has set the beginning up to print_track and cleared the rest. False where the workspace does not
+/// hold all records, as on a full disk.
 [[nodiscard]] bool library_tally_fill(LibraryTally* tally, const char* directory);
 
 [[nodiscard]] LibraryLayout library_tally_layout(const LibraryTally* tally);
