@@ -253,7 +253,9 @@ void print_what_to_do(const LibraryTally* tally) {
     const bool is_all_found = tally->respelled == tally->tracks[static_cast<size_t>(TrackOutcome::missing)];
     for (uint32_t index = 0; !is_all_found && index < table->count && count < shown_repairs; ++index) {
         const FolderGroup* group = &table->groups[index];
-        if (group->existing == 0 && group->folder[0] != '\0' && access(group->folder, F_OK) != 0) {
+        const bool is_rooted =
+            group->folder[0] == '/' || (group->folder[0] != '\0' && group->folder[1] == ':');
+        if (group->existing == 0 && is_rooted && access(group->folder, F_OK) != 0) {
             absent[count++] = group;
         }
     }
