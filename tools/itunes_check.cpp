@@ -197,8 +197,9 @@ int check_library(const char* directory, void* context) {
     }
     int status = exit_done;
     if (!library_tally_fill(tally, directory)) {
-        fputs("itunes-check: the directory below TMPDIR is full, or memory is short: the result is not whole\n",
-              stderr);
+        fputs(
+            "itunes-check: the directory below TMPDIR is full, or memory is short: the result is not whole\n",
+            stderr);
         status = exit_failed;
     }
     print_result(tally, options->form, &items);

@@ -88,7 +88,8 @@ void print_example(const TrackExample* example) {
 }
 
 void print_existing_part(const TrackExample* example) {
-    if (example->existing_length > 1) {
+    const uint32_t root_length = example->path[0] == '/' ? 1 : 0;
+    if (example->existing_length > root_length) {
         fputs("             of this path there is ", stdout);
         char path[import_path_size];
         snprintf(path, sizeof path, "%.*s", static_cast<int>(example->existing_length), example->path);
