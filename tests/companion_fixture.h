@@ -8,6 +8,17 @@ class Companion : public testing::Test {
 protected:
     /// Runs lines of the shell, where `check` and `items` are the programs.
     void run(const auto&... lines) { (run_one(lines), ...); }
+    void run_one(const std::string& line) {
+        const RunResult result = result_of(line);
+        said_ += "$ " + line + "\n" + result.out +
+                 (result.err.empty() ? "" : "--- standard error\n" + result.err) + "--- status " +
+                 std::to_string(result.status) + "\n\n";
+    }
+    static RunResult result_of(const std::string& line) {
+        return run_line("check() { " TEST_EMULATOR " '" TEST_CHECK_PROGRAM "' \"$@\"; };"
+                        "items() { " TEST_EMULATOR " '" TEST_ITEMS_PROGRAM "' \"$@\"; };" +
+                        line);
+    }
 
     /// Compares all that was printed; the folder is called /HERE there.
     void expect_said(const std::string& name) {
@@ -19,14 +30,4 @@ protected:
 
     const TempDir folder_;
     std::string said_;
-
-private:
-    void run_one(const std::string& line) {
-        const RunResult result = run_line("check() { " TEST_EMULATOR " '" TEST_CHECK_PROGRAM "' \"$@\"; };"
-                                          "items() { " TEST_EMULATOR " '" TEST_ITEMS_PROGRAM "' \"$@\"; };" +
-                                          line);
-        said_ += "$ " + line + "\n" + result.out +
-                 (result.err.empty() ? "" : "--- standard error\n" + result.err) + "--- status " +
-                 std::to_string(result.status) + "\n\n";
-    }
 };

@@ -51,7 +51,9 @@ TEST_F(Items, SaysWhatIsWrongBehindWhatIsPrinted) {
     write_file("large", blue + large + blue);
     write_file("fits",
                blue + large.substr(0, large.size() - 4096) + entry("14", std::string(4085, 'v')) + blue);
-    print(blue + marker + "14001a\n14004Blues\n", blue + "16004Ba", marker + "1X004Blue\n", "<?xml");
+    print(blue + marker + "14001a\n14004Blues\n", blue + "16004Ba", marker + "1X004Blue\n",
+          blue + "14 04Blue\n", blue + ">>>>", marker + "cf00a0123456789\n" + marker + "14001", "<?xml",
+          ">>>");
     run("items --json <large | head -n 1",
         "(cat large | head -c 15; sleep 0.1; head -c 15 large) | items - | cat", "items --help",
         "items --version", "items i --unknown", "items --json --count i", "items --count --json i",
@@ -62,29 +64,6 @@ TEST_F(Items, SaysWhatIsWrongBehindWhatIsPrinted) {
 }
 
 } // namespace
-
-TEST(RecordEnd, IsFoundByTheLengthsAlone) {
-    using Kind = UpnpRecordEndKind;
-    const std::vector<std::tuple<std::string, uint32_t, Kind>> rows = {
-        {"", 0, Kind::data_end},
-        {">>>", 0, Kind::cut},
-        {"14004Blue\n", 0, Kind::no_record},
-        {blue, 15, Kind::data_end},
-        {blue + blue, 15, Kind::marker},
-        {blue + ">>>>", 15, Kind::cut},
-        {marker + entry("14", "a\n" + blue) + blue, 28, Kind::marker},
-        {marker + "cf00a0123456789\n", 21, Kind::data_end},
-        {marker + "14001", 5, Kind::cut},
-        {marker + "14001ab\n", 5, Kind::open_value},
-        {blue + "14 04Blue\n", 15, Kind::no_entry},
-    };
-    for (const auto& [data, length, kind] : rows) {
-        const std::vector<char> exact(data.begin(), data.end());
-        const UpnpRecordEnd end = upnp_database_record_end(exact.data(), static_cast<uint32_t>(exact.size()));
-        EXPECT_EQ(end.length, length) << data;
-        EXPECT_EQ(end.kind, kind) << data;
-    }
-}
 
 TEST(Class, IsToldByPartsOfItsText) {
     const std::vector<std::pair<std::string, std::string>> rows = {
