@@ -262,7 +262,7 @@ TEST_F(Check, FailsWithALine) {
     const auto compare = [this](const auto&... items) {
         ((write_file("items", items), run("check --items items l.xml")), ...);
     };
-    compare(five + ">>>>\n", five + "16004Ba", five + "damage", "<?xml", "", large + large + large + large,
+    compare(five + ">>>>\n", five + "16004Ba", five + "damage", "<?xml", "", five + large + large + large,
             five);
     run("check --items none l.xml | grep Records", "check --items . l.xml | grep Records",
         "check --items l.xml/x l.xml | grep Records",

@@ -111,10 +111,12 @@ void print_tracks(const LibraryTally* tally) {
         TrackOutcome outcome;
         const char* text;
     };
-    constexpr Reason reasons[] = {
+    const Reason reasons[] = {
         {TrackOutcome::missing, "the file is not there (playlists keep the path)"},
         {TrackOutcome::copy_protected, "protected (playlists leave them out)"},
-        {TrackOutcome::no_location, "no location, as in the cloud (playlists leave them out)"},
+        {TrackOutcome::no_location, library_tally_layout(tally) == LibraryLayout::as_read
+                                        ? "no location, as in the cloud (playlists leave them out)"
+                                        : "no location that can be read (playlists leave them out)"},
         {TrackOutcome::stream, "stream (playlists keep the address)"},
     };
     printf("\nTracks: %u of %u will arrive\n", tally->tracks[static_cast<size_t>(TrackOutcome::record)],
