@@ -246,8 +246,8 @@ TEST_F(Check, FailsWithALine) {
         "check --help >/dev/full", "check l.xml >/dev/full", "check none", "check .", "check /dev/null",
         "mkfifo f; check f", "check $(printf %01024d 0)", "check $(printf %01023d 0)",
         "TMPDIR=none check l.xml", "TMPDIR=$(printf %0246d 0 | sed 's|0|./|g') check l.xml",
-        "TMPDIR=/dev/null check l.xml", "TMPDIR= check l.xml | wc -l", "check l.xml <&- >&- 2>&-",
-        "check --list l.xml >&-");
+        "TMPDIR=$(printf %0245d 0 | sed 's|0|./|g')/ check --list l.xml", "TMPDIR=/dev/null check l.xml",
+        "TMPDIR= check l.xml | wc -l", "check l.xml <&- >&- 2>&-", "check --list l.xml >&-");
     const std::string five = ">>>>\n>>>>\n>>>>\n>>>>\n>>>>\n";
     std::string large = ">>>>\n";
     while (large.size() < 1 << 18) {

@@ -209,7 +209,6 @@ int check_library(const char* directory, void* context) {
     if (judge(tally, options, &items) != exit_done) {
         status = exit_failed;
     }
-    library_tally_free(tally);
     return status;
 }
 

@@ -127,10 +127,3 @@ void folder_table_finish(FolderTable* table) {
     std::sort(table->groups, table->groups + table->count,
               [](const FolderGroup& one, const FolderGroup& other) { return one.tracks > other.tracks; });
 }
-
-void folder_table_free(FolderTable* table) {
-    for (uint32_t index = 0; index < table->count; ++index) {
-        upnp_free(table->groups[index].folder);
-    }
-    *table = {};
-}

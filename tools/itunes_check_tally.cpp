@@ -202,14 +202,6 @@ bool ends_whole(const char* path) {
     return is_whole;
 }
 
-void free_examples(TrackExamples* examples) {
-    for (uint32_t index = 0; index < examples->count; ++index) {
-        upnp_free_unless_null(examples->tracks[index].title);
-        upnp_free_unless_null(examples->tracks[index].path);
-        upnp_free_unless_null(examples->tracks[index].found);
-    }
-}
-
 } // namespace
 
 bool library_tally_fill(LibraryTally* tally, const char* directory) {
@@ -222,7 +214,6 @@ bool library_tally_fill(LibraryTally* tally, const char* directory) {
     import_into_temp_dir();
     import_observer = nullptr;
     end_progress(tally);
-    spelling_search_end();
     folder_table_finish(&tally->folders);
     checked_playlists_settle(&tally->playlists, import_run.temp_dir);
     char items_path[import_path_size];
@@ -247,13 +238,4 @@ uint32_t library_tally_tracks(const LibraryTally* tally) {
         sum += count;
     }
     return sum;
-}
-
-void library_tally_free(LibraryTally* tally) {
-    for (TrackExamples& examples : tally->examples) {
-        free_examples(&examples);
-    }
-    free_examples(&tally->respelled_examples);
-    folder_table_free(&tally->folders);
-    checked_playlists_free(&tally->playlists);
 }

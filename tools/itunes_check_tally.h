@@ -1,6 +1,6 @@
 #pragma once
 // What a check of a library gathers while the import's own code reads it: counts, a few examples, a table of
-// folders, the playlists. Its size does not depend on the number of tracks.
+// folders, the playlists. Its size does not depend on the number of tracks, and it stays until the process ends.
 
 #include <cstdint>
 
@@ -68,5 +68,3 @@ struct LibraryTally {
 
 [[nodiscard]] LibraryLayout library_tally_layout(const LibraryTally* tally);
 [[nodiscard]] uint32_t library_tally_tracks(const LibraryTally* tally);
-
-void library_tally_free(LibraryTally* tally);
