@@ -1,5 +1,6 @@
-// Holds itunes-check against the import, and what it says of crafted libraries against texts in tests/golden/. More
-// libraries to hold it against can stand in a folder that the environment variable ITUNES_IMPORT_LIBRARIES names.
+// Holds itunes-check against the import, and what it says of crafted libraries against texts in tests/golden/.
+// More libraries to hold it against can stand in a folder that the environment variable
+// ITUNES_IMPORT_LIBRARIES names.
 
 #include "tests/companion_fixture.h"
 

@@ -1,5 +1,6 @@
 #pragma once
-// Runs of the companion programs as lines of the shell, whose whole output is compared with a text in tests/golden/.
+// Runs of the companion programs as lines of the shell, whose whole output is compared with a text in
+// tests/golden/.
 
 #include "tests/import_fixture.h"
 

@@ -31,7 +31,7 @@ TEST_F(Items, PrintsAndCountsRecords) {
         classes += marker + entry("03", std::string("\n") + other);
     }
     classes += marker + entry("03", "object.item") + marker + entry("03", "object.item") + marker;
-    // Overlong forms, a surrogate and what lies beyond the last character are no characters; their limits are.
+    // Overlong forms, a surrogate and what lies beyond the last character are none; their limits are.
     const std::string limits =
         "\xE0\xA0\x80\xED\x9F\xBF\xF0\x90\x80\x80\xF4\x8F\xBF\xBF\xC2\xA0\xC2\x80\xC2\xBF";
     print("", blue, marker + "CF00244\n03006object\n" + entry("01", blue) + blue.substr(5) + marker,

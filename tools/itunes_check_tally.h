@@ -1,6 +1,6 @@
 #pragma once
 // What a check of a library gathers while the import's own code reads it: counts, a few examples, a table of
-// folders, the playlists. Its size does not depend on the number of tracks, and it stays until the process ends.
+// folders, the playlists. Its size does not depend on the number of tracks. It stays until the process ends.
 
 #include <cstdint>
 
