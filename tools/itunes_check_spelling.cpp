@@ -159,7 +159,7 @@ uint32_t differences_of(const char* name, size_t length, const char* other) {
 bool exists() {
     struct stat status = {};
     ++search.work;
-    return stat(search.real[0] == '\0' ? "." : search.real, &status) == 0;
+    return stat(search.real, &status) == 0;
 }
 
 /// Makes room for `added` more units in a block of `count`; false without memory.
