@@ -44,13 +44,13 @@ TEST_F(Items, PrintsAndCountsRecords) {
 }
 
 TEST_F(Items, SaysWhatIsWrongBehindWhatIsPrinted) {
-    std::string large = marker;
-    for (int entries = 0; entries < 256; ++entries) { // 5 bytes more than the limit
+    std::string large = marker; // 4091 bytes below the limit of 1 MiB
+    for (int entries = 0; entries < 255; ++entries) {
         large += entry("14", std::string(4090, 'v'));
     }
-    write_file("large", blue + large + blue);
-    write_file("fits",
-               blue + large.substr(0, large.size() - 4096) + entry("14", std::string(4085, 'v')) + blue);
+    write_file("fits", blue + large + entry("14", std::string(4085, 'v')) + blue);
+    write_file("over", blue + large + entry("14", std::string(4086, 'v')));
+    write_file("large", blue + large + entry("14", "") + large.substr(5) + blue);
     print(blue + marker + "14001a\n14004Blues\n", blue + "16004Ba", marker + "1X004Blue\n",
           blue + "14 04Blue\n", blue + ">>>>", marker + "cf00a0123456789\n" + marker + "14001", "<?xml",
           ">>>");
@@ -58,8 +58,8 @@ TEST_F(Items, SaysWhatIsWrongBehindWhatIsPrinted) {
         "(cat large | head -c 15; sleep 0.1; head -c 15 large) | items - | cat", "items --help",
         "items --version", "items i --unknown", "items --json --count i", "items --count --json i",
         "items -- i -i", "items -- -$(printf '\\033')", "items --count .", "items --count large",
-        "items large", "items --count fits", "items --help >/dev/full", "items fits >/dev/full",
-        "items <large --count", "items --count <&-");
+        "items large", "items --count over", "items --count fits", "items --help >/dev/full",
+        "items fits >/dev/full", "items <large --count", "items --count <&-");
     expect_said("items_failures.txt");
 }
 
