@@ -155,7 +155,7 @@ TEST_F(Check, TellsWherePathsLeadAndWhatToDo) {
 TEST_F(Check, FindsOtherSpellings) {
     const auto wants = [this](const auto&... rows) { // each: what is on the disk, and what the library has
         std::string tracks;
-        for (const std::string row : {rows...}) {
+        for (const std::string& row : {std::string(rows)...}) {
             const std::string place = std::to_string(tracks.size()) + "/";
             write_file(place + split(row, '=')[0], "");
             tracks += track(1, place + split(row, '=')[1]);

@@ -226,7 +226,7 @@ bool find_other_spelling(Level* level, const char* name, size_t length, uint32_t
     const ListedName* end = first + listing->count;
     const ListedName* found = std::lower_bound(
         first, end, wanted, [](const ListedName& one, uint64_t hash) { return one.hash < hash; });
-    if (found == end || found->hash != wanted) {
+    if (listing->texts == nullptr || found == end || found->hash != wanted) {
         return false;
     }
     const char* text = listing->texts + found->offset;

@@ -207,7 +207,7 @@ void print_mapped_folder(const char* folder) {
         print_shell_word(folder);
         return;
     }
-    char address[3 * import_path_size + sizeof "file://localhost/"];
+    char address[size_t{3} * import_path_size + sizeof "file://localhost/"];
     char* end = address + sprintf(address, "file://localhost%s", folder[0] == '/' ? "" : "/");
     for (; *folder != '\0'; ++folder) {
         const bool is_escaped = *folder == '=' || *folder == '%';
