@@ -92,6 +92,9 @@ struct Playlist {
     std::vector<std::string> sources;
 };
 
+/// What begins the record of a track in a local file that is no film.
+inline const std::string music = ">>>>\n03020object.item.audioItem.musicTrack\n45001d\n";
+
 /// What a first import of l.xml leaves: the items, the playlists and the workspace.
 inline Tree imported(const std::string& items, const std::vector<Playlist>& playlists = {}) {
     Tree tree = {{"db/itunes.import.items", items}, {"db/itunes-import-temp/", ""}};

@@ -5,8 +5,10 @@
 #include <sys/stat.h>
 #include <sys/time.h>
 
+#include "common/upnp_fileio.h"
 #include "common/upnp_log.h"
 #include "common/upnp_memory.h"
+#include "server/common/upnp_items.h"
 
 namespace {
 
@@ -22,12 +24,13 @@ protected:
     }
 };
 
-/// What the clock on the wall shows, as a log line has it.
+/// What a clock shows that is five and a half hours ahead of Greenwich, as a log line has it.
 std::string clock_time() {
     timeval now = {};
     gettimeofday(&now, nullptr);
+    now.tv_sec += 5 * 3600 + 30 * 60;
     char text[20];
-    strftime(text, sizeof text, "%H:%M:%S:", localtime(&now.tv_sec));
+    strftime(text, sizeof text, "%H:%M:%S:", gmtime(&now.tv_sec));
     return text + std::to_string(1000 + now.tv_usec / 1000).substr(1) + " ";
 }
 
@@ -46,9 +49,9 @@ TEST_F(Log, WritesTimeMessageAndLineFeedCutAtTheBuffer) {
 }
 
 TEST_F(Log, TellsTheLocalTimeToTheMillisecond) {
-    setenv("TZ", "FAR-05:30", 1);
-    tzset();
     char text[20];
+    upnp_log_timestamp(text, sizeof text); // in another zone
+    setenv("TZ", "FAR-05:30", 1);
     for (int round = 0; round < 20; ++round) {
         const std::string before = clock_time();
         upnp_log_timestamp(text, sizeof text);
@@ -65,25 +68,27 @@ TEST_F(Log, WantsWhatTheMaskHoldsAndWhatIsRaised) {
         int32_t is_wanted;
     } rows[] = {{0, 128, 4, 0}, {128, 128, 1, 1}, {128, 1, 1, 0},   {128, 4, 1, 0},
                 {128, 1, 2, 1}, {128, 1, 4, 1},   {128, 1, 5, 0},   {128, 1, 0, 0},
-                {4, 0, 1, 1},   {129, 129, 1, 1}, {128, 129, 1, 0}, {4, 8, ~0U, 0}};
+                {4, 0, 1, 1},   {4, 8, ~0U, 0},   {129, 129, 1, 1}, {128, 129, 1, 0}};
     for (const auto& [mask, category, level, is_wanted] : rows) {
         upnp_log_set_mask(mask);
         EXPECT_EQ(upnp_log_check(category, level), is_wanted) << mask << ' ' << category << ' ' << level;
     }
+    const auto damaged = [] { EXPECT_EQ(upnp_database_object_create_from_data("16FFFx", 6), nullptr); };
+    EXPECT_EQ(stdout_of(damaged), "") << "a line of the first level, about the database";
 }
 
 TEST_F(Log, AppendsToItsFileUntilItIsClosed) {
     const TempDir folder;
-    write_file("log", "earlier\n");
+    write_file("xlog", "earlier\n");
     const int64_t before = open_files();
-    EXPECT_EQ(upnp_log_init("log"), 1);
-    EXPECT_EQ(upnp_log_init("log"), 1) << "closes the file that was open";
+    EXPECT_EQ(upnp_log_init("xlog"), 1);
+    EXPECT_EQ(upnp_log_init("xlog"), 1) << "closes the file that was open";
     EXPECT_EQ(stdout_of([] { upnp_log_message(0, "line"), upnp_log_write_raw("raw"), upnp_log_flush(); }),
               "");
     EXPECT_EQ(open_files(), before + 1);
     upnp_log_close();
     EXPECT_EQ(open_files(), before);
-    EXPECT_EQ(mask_times(read_file("log")), "earlier\nTIME line\nraw");
+    EXPECT_EQ(mask_times(read_file("xlog")), "earlier\nTIME line\nraw");
     EXPECT_EQ(upnp_log_init(nullptr), 1);
     EXPECT_EQ(stdout_of([] {
                   upnp_log_write_raw("flushed");
@@ -98,6 +103,11 @@ TEST_F(Log, AppendsToItsFileUntilItIsClosed) {
 TEST_F(Log, FallsBackToTheConsoleForGoodWhateverTheMask) {
     for (const uint32_t mask : {128U, 129U}) {
         upnp_log_set_mask(mask);
+        (void)stdout_of([] { // whose failure to write does not hide what failed before
+            upnp_log_init("/dev/full");
+            EXPECT_EQ(upnp_file_create_path("/dev/null/x"), -1);
+            EXPECT_EQ(errno, ENOTDIR);
+        });
         std::string printed = mask_times(stdout_of([] {
             upnp_log_init("/dev/full");
             upnp_log_message(0, "%s", "first");

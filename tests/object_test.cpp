@@ -76,7 +76,7 @@ TEST_F(Objects, HoldWhatWasAddedNewestFirst) {
 
 TEST_F(Objects, ClampRatingsAndNothingElse) {
     const std::pair<const char*, const char*> rows[] = {
-        {"7", "5"}, {"-2", "0"}, {"0", "0"}, {"5", "5"}, {"6", "5"}, {"x", "x"}, {"3000000000", "5"}};
+        {"7", "5"}, {"-2", "0"}, {"0", "0"}, {"5x", "5x"}, {"6", "5"}, {"x", "x"}, {"3000000000", "5"}};
     for (const auto& [given, kept] : rows) {
         EXPECT_EQ(Object().add(32, given).valid(32) + Object().add(32, "1").set(32, given).valid(32),
                   std::string(kept) + kept);
@@ -110,11 +110,19 @@ TEST_F(Objects, AnswerQuestions) {
     }
     EXPECT_EQ(Object().add(32, "4").valid(51) + Object().add(32, "3").valid(51), "4(none)");
     EXPECT_EQ(Object().set(32, "\xFF").valid(51) + Object().add(32, marker_).valid(51), "\xFF(none)");
-    EXPECT_EQ(Object().valid(50) + Object().valid(51), "(none)(none)");
+    EXPECT_EQ(Object().valid(51) + Object().add(20, ".d.e.l.e.t.e.d.").valid(20), "(none).d.e.l.e.t.e.d.");
     EXPECT_EQ(Object().add(22, "Artist").valid(21) + Object().add(20, marker_).valid(20), "(none)(none)");
     EXPECT_EQ(upnp_database_object_get_property(Object().add(20, marker_).first, 20), marker_);
-    const std::pair<std::string, int32_t> rows[] = {
-        {"12x", 12}, {"3000000000", INT_MAX}, {"8", 8}, {"", 7}, {marker_, 7}};
+    const std::pair<std::string, int32_t> rows[] = {{"12x", 12},
+                                                    {"0x9", 0},
+                                                    {" \t\n+79", 79},
+                                                    {"3000000000", INT_MAX},
+                                                    {"-3000000000", INT_MIN},
+                                                    {"2147483647", INT_MAX},
+                                                    {"-2147483648", INT_MIN},
+                                                    {"8", 8},
+                                                    {"", 7},
+                                                    {marker_, 7}};
     for (const auto& [value, number] : rows) {
         EXPECT_EQ(upnp_database_object_get_long(Object().add(61, "1").set(61, value).first, 61, 7), number)
             << value;
@@ -128,9 +136,14 @@ TEST_F(Objects, AreWrittenAsRecords) {
     const std::string longest(4095, 'L');
     char value[] = "xy";
     Object four;
-    four.add(207, "44").add(22, marker_).add(1, "%n\n>>>>\n").add(20, "Blue").add(26, "x").set(26, "");
-    EXPECT_EQ(four.record(), ">>>>\n14004Blue\n01008%n\n>>>>\n\nCF00244\n");
-    EXPECT_EQ(read_record(four.record()), "207=44 1=%n\n>>>>\n 20=Blue ");
+    four.add(207, ".d.e.l.e.t.e.d.")
+        .add(22, marker_)
+        .add(1, "%n\n>>>>\n")
+        .add(20, "Blue")
+        .add(26, "x")
+        .set(26, "");
+    EXPECT_EQ(four.record(), ">>>>\n14004Blue\n01008%n\n>>>>\n\nCF00F.d.e.l.e.t.e.d.\n");
+    EXPECT_EQ(read_record(four.record()), "207=.d.e.l.e.t.e.d. 1=%n\n>>>>\n 20=Blue ");
     EXPECT_EQ(Object().record() + Object().add(22, marker_).record(), "(none)>>>>\n");
     EXPECT_EQ(Object().lend(-1, value).record(), ">>>>\nFFFFFFFF0xy\n");
     EXPECT_EQ(Object().add(1, "a").add(20, longest).record(), ">>>>\n14FFF" + longest + "\n01001a\n");
@@ -138,12 +151,14 @@ TEST_F(Objects, AreWrittenAsRecords) {
     EXPECT_EQ(Object().add(20, longest + "L").record(), ">>>>\n141000" + longest + "L\n");
     EXPECT_EQ(read_record(Object().add(20, longest + "L").record()), "20=0" + longest.substr(0, 255) + " ");
     const TempDir folder;
+    MediaObject no_value = {1, 1, nullptr, nullptr};
     UpnpFile* file = upnp_file_open_write("f");
     upnp_database_object_write(four.first, file);
     upnp_database_object_write(nullptr, file);
+    upnp_database_object_write(&no_value, file);
     upnp_database_object_write(four.first, nullptr);
     upnp_file_close(file);
-    EXPECT_EQ(read_file("f"), four.record());
+    EXPECT_EQ(read_file("f"), four.record() + ">>>>\n");
 }
 
 TEST_F(Objects, AreReadFromRecordsHoweverDamaged) {
@@ -160,7 +175,7 @@ TEST_F(Objects, AreReadFromRecordsHoweverDamaged) {
         {"14004Blue\n16FFFx\n", "20=Blue "},
         {"14004Blue\n16", "20=Blue "},
         {"FF001x\n00001y\n", "0=y 255=x "},
-        {"2000175\n210072008-01\n", "32=5 "},
+        {"2000175\n21001x\n", "32=5 "},
     };
     for (const auto& [record, listing] : rows) {
         for (size_t size = 1; size <= record.size(); ++size) { // every piece of it reads nothing outside
@@ -186,5 +201,7 @@ TEST(Properties, AreTheseAndNoOthers) {
     }
     expect_golden(table, "properties.txt");
     EXPECT_EQ(upnp_database_property_id("upnp:albumArtist2"), 26) << "the first whole name that begins it";
-    EXPECT_EQ(upnp_database_property_id("nothing") + upnp_database_property_id(""), 0);
+    for (const char* nothing : {"nothing", "", "DC:TITLE"}) {
+        EXPECT_EQ(upnp_database_property_id(nothing), 0) << nothing;
+    }
 }

@@ -2,13 +2,6 @@
 
 #include "tests/fuzz/targets.h"
 
-#include "common/upnp_memory.h"
-
-extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
-    upnp_mem_init();
-    return 0;
-}
-
 extern "C" int __wrap_sched_yield() {
     return 0;
 }
