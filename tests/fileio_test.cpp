@@ -30,7 +30,7 @@ protected:
 std::string logged(const std::function<void()>& work) {
     upnp_log_init(nullptr);
     upnp_log_set_mask(upnp_log_system | upnp_log_db);
-    const std::string log = mask_times(stdout_of(work));
+    std::string log = mask_times(stdout_of(work));
     upnp_log_set_mask(0);
     upnp_log_close();
     return log;

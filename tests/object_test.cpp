@@ -40,7 +40,7 @@ struct Object {
     }
     std::string record() const {
         upnp_string_t* record = upnp_database_object_serialize(first);
-        const std::string bytes = record == nullptr ? "(none)" : std::string(record->data, record->length);
+        std::string bytes = record == nullptr ? "(none)" : std::string(record->data, record->length);
         upnp_string_free(record);
         return bytes;
     }

@@ -62,7 +62,7 @@ TEST(String, GrowsToTwiceItsSizeOrMore) {
     const auto appended = [](upnp_string_t* buffer, const char* text) {
         buffer = upnp_string_append(buffer, text);
         const auto numbers = std::to_string(buffer->capacity) + " " + std::to_string(buffer->length) + " ";
-        const std::string all = numbers + buffer->data;
+        std::string all = numbers + buffer->data;
         upnp_string_free(buffer);
         return all;
     };

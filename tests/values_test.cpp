@@ -13,7 +13,8 @@ const auto value = [](std::string line) { return take(itunes_get_value(line.data
 const auto path = [](std::string location) { return take(itunes_location_to_path(location.data())); };
 const auto duration = [](int32_t milliseconds) { return take(itunes_format_duration(milliseconds)); };
 const auto decoded = [](std::string text) {
-    return itunes_url_decode(text.data()), std::string(text.data());
+    itunes_url_decode(text.data());
+    return text.substr(0, text.find('\0'));
 };
 
 } // namespace

@@ -32,8 +32,7 @@ bool read_more(RecordReader* reader) {
     if (reader->start > 0) {
         memmove(reader->data, reader->data + reader->start, kept);
     } else if (kept == reader->capacity) {
-        auto* data = static_cast<char*>(
-            kept == capacity_limit ? nullptr : upnp_malloc(kept == 0 ? first_capacity : 2 * kept));
+        auto* data = static_cast<char*>(kept == capacity_limit ? nullptr : upnp_malloc(2 * kept));
         if (data == nullptr) {
             return false;
         }

@@ -28,17 +28,17 @@ constexpr int exit_usage = 2;
 constexpr int32_t default_share = 80;
 constexpr int64_t progress_size = 4 << 20; // bytes of a library that takes long enough to watch
 
-constexpr char usage_text[] =
-    "usage: itunes-check [--list | --json] [--items FILE] [--min-share PERCENT]\n"
-    "                    LIBRARY.xml\n"
-    "       itunes-check --help | --version\n"
-    "Tells what an import of the library will bring, and why the rest will not arrive.\n"
-    "  --list               print a line for each track and playlist\n"
-    "  --json               print a JSON object for each, and one that sums up\n"
-    "  --items FILE         compare with the present items file\n"
-    "  --min-share PERCENT  fail below this share of its records (80)\n"
-    "  --help               print this text\n"
-    "  --version            print the version\n";
+constexpr char usage_text[] = "usage: itunes-check [--list | --json] [--items FILE] [--min-share PERCENT]\n"
+                              "                    LIBRARY.xml\n"
+                              "       itunes-check --help | --version\n"
+                              "Tells what an import of the library will bring, and why the rest will not\n"
+                              "arrive.\n"
+                              "  --list               print a line for each track and playlist\n"
+                              "  --json               print a JSON object for each, and one that sums up\n"
+                              "  --items FILE         compare with the present items file\n"
+                              "  --min-share PERCENT  fail below this share of its records (80)\n"
+                              "  --help               print this text\n"
+                              "  --version            print the version\n";
 
 enum class OutputForm {
     summary,
@@ -147,7 +147,7 @@ int judge(const LibraryTally* tally, const CheckOptions* options, const ItemsCom
         status = fail(path, "is no iTunes library: no line holds a key of one");
     } else if (library_tally_layout(tally) == LibraryLayout::other) {
         begin_failure(path);
-        fprintf(stderr, "has another layout: %u of %u keys have no line with their value\n",
+        fprintf(stderr, "has another layout: %u of %u keys without their value on their line\n",
                 tally->keys_apart, tally->keys_beside + tally->keys_apart);
         status = exit_failed;
     }
@@ -161,7 +161,7 @@ int judge(const LibraryTally* tally, const CheckOptions* options, const ItemsCom
     const int32_t share = options->min_share < 0 ? default_share : options->min_share;
     if (uint64_t{records} * 100 < items->records * static_cast<uint64_t>(share)) {
         begin_failure(path);
-        fprintf(stderr, "%u records to come are less than %d percent of the %llu in ", records, share,
+        fprintf(stderr, "records to come: %u, less than %d percent of the %llu in ", records, share,
                 static_cast<unsigned long long>(items->records));
         print_escaped(stderr, items->path);
         putc('\n', stderr);
@@ -197,7 +197,10 @@ int check_library(const char* directory, void* context) {
     }
     int status = exit_done;
     if (!library_tally_fill(tally, directory)) {
-        status = fail(directory, "can not be written, or memory is short: the result is not whole");
+        fputs(
+            "itunes-check: the directory below TMPDIR is full, or memory is short: the result is not whole\n",
+            stderr);
+        status = exit_failed;
     }
     print_result(tally, options->form, &items);
     if (!finish_output("itunes-check")) {
@@ -206,7 +209,6 @@ int check_library(const char* directory, void* context) {
     if (judge(tally, options, &items) != exit_done) {
         status = exit_failed;
     }
-    library_tally_free(tally);
     return status;
 }
 
@@ -227,8 +229,10 @@ int run(const CheckOptions* options) {
     if (check_access(options->library_path, &tally.size) != exit_done) {
         return exit_failed;
     }
-    tally.shows_progress = tally.size > progress_size && isatty(STDERR_FILENO) != 0;
     tally.explains = options->form == OutputForm::summary;
+    // Not into lines that are printed on the way.
+    const bool is_quiet = tally.explains || isatty(STDOUT_FILENO) == 0;
+    tally.shows_progress = tally.size > progress_size && is_quiet && isatty(STDERR_FILENO) != 0;
     tally.print_track = options->form == OutputForm::list   ? print_track_line
                         : options->form == OutputForm::json ? print_track_object
                                                             : nullptr;

@@ -33,12 +33,11 @@ void keep_shared(FolderGroup* group, const char* folder, uint32_t length) {
     }
     const bool at_name_end = (shared == length || folder[shared] == '/') &&
                              (group->folder[shared] == '\0' || group->folder[shared] == '/');
-    while (!at_name_end && shared > 0 && group->folder[shared] != '/') {
-        --shared;
+    if (!at_name_end) {
+        while (shared > 0 && group->folder[--shared] != '/') {
+        }
     }
-    if (group->folder[shared] != '\0') {
-        group->folder[shared] = '\0';
-    }
+    group->folder[shared] = '\0';
 }
 
 /// Tells fewer groups apart.
@@ -127,11 +126,4 @@ void folder_table_finish(FolderTable* table) {
     }
     std::sort(table->groups, table->groups + table->count,
               [](const FolderGroup& one, const FolderGroup& other) { return one.tracks > other.tracks; });
-}
-
-void folder_table_free(FolderTable* table) {
-    for (uint32_t index = 0; index < table->count; ++index) {
-        upnp_free(table->groups[index].folder);
-    }
-    *table = {};
 }

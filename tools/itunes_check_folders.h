@@ -28,5 +28,3 @@ void folder_table_add(FolderTable* table, const char* path, bool exists);
 /// Merges groups until there are few enough to be shown, and sorts them, the most tracks first. More than
 /// folder_group_shown stay where they have no folder in common.
 void folder_table_finish(FolderTable* table);
-
-void folder_table_free(FolderTable* table);

@@ -134,21 +134,8 @@ void checked_playlists_settle(CheckedPlaylists* playlists, const char* directory
 }
 
 void checked_playlist_file_name(const CheckedPlaylist* playlist, char* name) {
-    name[0] = '\0';
-    if (playlist->type == '\0') {
-        return;
-    }
     const char type[] = {playlist->type, '\0'};
     char path[import_path_size];
     itunes_playlist_file_path(path, "", type, playlist->title);
     upnp_copy_text(name, import_path_size, path + 1); // without the '/' behind no directory
-}
-
-void checked_playlists_free(CheckedPlaylists* playlists) {
-    for (CheckedPlaylist* each = playlists->first; each != nullptr;) {
-        CheckedPlaylist* next = each->next;
-        upnp_free(each);
-        each = next;
-    }
-    *playlists = {};
 }

@@ -47,8 +47,6 @@ void checked_playlists_add(CheckedPlaylists* playlists, const PlaylistReport* re
 /// workspace, are no well-formed XML. Does without the former if there is no memory for it.
 void checked_playlists_settle(CheckedPlaylists* playlists, const char* directory);
 
-/// Writes the name of the playlist's file to `name`, a buffer of import_path_size bytes; empty for none. It
-/// has one also where the file can not be made or does not stay.
+/// Writes the name of the file of a playlist that has a type to `name`, a buffer of import_path_size bytes.
+/// It has one also where the file can not be made or does not stay.
 void checked_playlist_file_name(const CheckedPlaylist* playlist, char* name);
-
-void checked_playlists_free(CheckedPlaylists* playlists);

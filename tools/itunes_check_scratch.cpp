@@ -5,30 +5,32 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <dirent.h>
-#include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include "common/upnp_dirwalk.h"
+#include "common/upnp_fileio.h"
 
 namespace {
 
 constexpr int ending_signals[] = {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGXCPU};
 
-/// Removes the directory `name` of the directory `parent` with everything below it, as deep as the import
-/// makes it. Links are removed, not followed.
-void remove_tree(int parent, const char* name, int depth) {
-    const int descriptor = openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-    DIR* stream = descriptor < 0 ? nullptr : fdopendir(descriptor);
-    for (const dirent* entry = nullptr; stream != nullptr && (entry = readdir(stream)) != nullptr;) {
-        const bool is_dot = strcmp(entry->d_name, ".") == 0 || strcmp(entry->d_name, "..") == 0;
-        if (!is_dot && unlinkat(descriptor, entry->d_name, 0) != 0 && depth > 0) {
-            remove_tree(descriptor, entry->d_name, depth - 1);
+void remove_files(const char* directory) {
+    for (UpnpDirWalk* walk = upnp_dir_open(directory); walk != nullptr; walk = upnp_dir_next(walk)) {
+        (void)upnp_file_unlink(walk->entry_path);
+    }
+}
+
+/// Removes the scratch directory. An import makes one directory in it, which holds files alone, and no name that
+/// a walk would hide; nothing is followed, and nothing deeper or above is ever entered.
+void remove_scratch(const char* directory) {
+    for (UpnpDirWalk* walk = upnp_dir_open(directory); walk != nullptr; walk = upnp_dir_next(walk)) {
+        if (walk->is_directory != 0 && walk->is_link == 0) {
+            remove_files(walk->entry_path);
+            (void)rmdir(walk->entry_path);
         }
     }
-    if (stream != nullptr) {
-        (void)closedir(stream);
-    }
-    (void)unlinkat(parent, name, AT_REMOVEDIR);
+    (void)rmdir(directory);
 }
 
 /// The signals to wait for: those that would end this process, and the child's end.
@@ -109,7 +111,7 @@ int scratch_run(const char* program, ScratchWork work, void* context) {
         status = wait_for(child, &signals, &signal_number);
     }
     const int result = child < 0 ? fail(program, "a process") : WEXITSTATUS(status);
-    remove_tree(AT_FDCWD, directory, 2);
+    remove_scratch(directory);
     if (signal_number != 0) {
         end_by(signal_number);
     }

@@ -159,16 +159,7 @@ uint32_t differences_of(const char* name, size_t length, const char* other) {
 bool exists() {
     struct stat status = {};
     ++search.work;
-    return stat(search.real[0] == '\0' ? "." : search.real, &status) == 0;
-}
-
-DIR* open_level(const Level* level) {
-    const char kept = search.real[level->real_length];
-    search.real[level->real_length] = '\0';
-    DIR* stream = opendir(search.real[0] == '\0' ? "." : search.real);
-    search.real[level->real_length] = kept;
-    ++search.work;
-    return stream;
+    return stat(search.real, &status) == 0;
 }
 
 /// Makes room for `added` more units in a block of `count`; false without memory.
@@ -204,14 +195,15 @@ bool add_name(Listing* listing, const char* name) {
     return true;
 }
 
-/// Notes the names in a directory, once.
+/// Notes the names in the directory, to which search.real leads, once.
 void list_level(Level* level) {
     if (level->is_listed) {
         return;
     }
     level->is_listed = true;
     Listing* listing = &level->listing;
-    DIR* stream = open_level(level);
+    DIR* stream = opendir(search.real[0] == '\0' ? "." : search.real);
+    ++search.work;
     while (stream != nullptr) {
         const dirent* entry = readdir(stream);
         if (entry == nullptr || ++search.work > work_limit || !add_name(listing, entry->d_name)) {
@@ -234,7 +226,7 @@ bool find_other_spelling(Level* level, const char* name, size_t length, uint32_t
     const ListedName* end = first + listing->count;
     const ListedName* found = std::lower_bound(
         first, end, wanted, [](const ListedName& one, uint64_t hash) { return one.hash < hash; });
-    if (found == end || found->hash != wanted) {
+    if (listing->texts == nullptr || found == end || found->hash != wanted) {
         return false;
     }
     const char* text = listing->texts + found->offset;
@@ -365,9 +357,4 @@ void spelling_search(const char* path, SpellingResult* result) {
         memcpy(result->found, search.real, strlen(search.real) + 1);
     }
     result->is_known = search.work < work_limit;
-}
-
-void spelling_search_end() {
-    free_levels_from(0);
-    search = {};
 }

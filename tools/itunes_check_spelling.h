@@ -4,7 +4,8 @@
 // whatever their case in ASCII, Latin-1, Latin Extended-A, Greek and Cyrillic, with any accent.
 //
 // Directories are listed, files only asked for (stat). Neighbouring calls for paths of the same directories
-// share what they learned, and the work of all calls together is bounded.
+// share what they learned, and the work of all calls together is bounded. What they remember stays until the
+// process ends.
 
 #include <cstdint>
 
@@ -26,6 +27,3 @@ struct SpellingResult {
 
 /// Looks for the file at `path`, which does not exist, and fills `result`.
 void spelling_search(const char* path, SpellingResult* result);
-
-/// Frees what the calls remembered, and begins anew.
-void spelling_search_end();

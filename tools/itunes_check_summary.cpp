@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <initializer_list>
 #include <unistd.h>
 
 #include "common/upnp_text.h"
@@ -59,12 +60,12 @@ void print_library(const LibraryTally* tally) {
         puts("  in the layout that the import reads: each key with its value on a line");
         break;
     case LibraryLayout::partly:
-        printf("  PARTLY in another layout: %u of %u keys have no line with their value,\n"
+        printf("  PARTLY in another layout: %u of %u keys without their value on their line,\n"
                "  so what they say is lost (itunes-prepare writes the layout anew)\n",
                tally->keys_apart, keys);
         break;
     case LibraryLayout::other:
-        printf("  in ANOTHER LAYOUT: %u of %u keys have no line with their value,\n"
+        printf("  in ANOTHER LAYOUT: %u of %u keys without their value on their line,\n"
                "  so the import can not read them (itunes-prepare writes the layout anew)\n",
                tally->keys_apart, keys);
         break;
@@ -87,7 +88,8 @@ void print_example(const TrackExample* example) {
 }
 
 void print_existing_part(const TrackExample* example) {
-    if (example->existing_length > 1) {
+    const uint32_t root_length = example->path[0] == '/' ? 1 : 0;
+    if (example->existing_length > root_length) {
         fputs("             of this path there is ", stdout);
         char path[import_path_size];
         snprintf(path, sizeof path, "%.*s", static_cast<int>(example->existing_length), example->path);
@@ -109,10 +111,12 @@ void print_tracks(const LibraryTally* tally) {
         TrackOutcome outcome;
         const char* text;
     };
-    constexpr Reason reasons[] = {
+    const Reason reasons[] = {
         {TrackOutcome::missing, "the file is not there (playlists keep the path)"},
         {TrackOutcome::copy_protected, "protected (playlists leave them out)"},
-        {TrackOutcome::no_location, "no location, as in the cloud (playlists leave them out)"},
+        {TrackOutcome::no_location, library_tally_layout(tally) == LibraryLayout::as_read
+                                        ? "no location, as in the cloud (playlists leave them out)"
+                                        : "no location that can be read (playlists leave them out)"},
         {TrackOutcome::stream, "stream (playlists keep the address)"},
     };
     printf("\nTracks: %u of %u will arrive\n", tally->tracks[static_cast<size_t>(TrackOutcome::record)],
@@ -162,17 +166,18 @@ void print_folders(const LibraryTally* tally) {
     for (uint32_t index = 0; index < table->count && index < folder_group_shown; ++index) {
         const FolderGroup* group = &table->groups[index];
         printf("  %6u %6u  ", group->tracks, group->existing);
-        print_escaped(stdout, group->folder[0] == '\0' ? "/" : group->folder);
+        print_escaped(stdout, group->folder[0] == '\0' ? "(no folder)" : group->folder);
         putchar('\n');
     }
     if (table->count > folder_group_shown) {
-        printf("  and %u folders with fewer tracks\n", table->count - folder_group_shown);
+        const uint32_t further = table->count - folder_group_shown;
+        printf("  and %u more folder%s\n", further, plural(further));
     }
 }
 
 void print_spellings(const LibraryTally* tally) {
     if (tally->spelling_unknown > 0) {
-        printf("\n%u of the missing files were not looked for under another spelling: it\n"
+        printf("\nOther spellings were not looked for any more for %u of the missing files: it\n"
                "would take too long\n",
                tally->spelling_unknown);
     }
@@ -190,30 +195,56 @@ void print_spellings(const LibraryTally* tally) {
     }
 }
 
-/// Prints a command that has an argument of two words.
-void print_command(const char* start, const char* word, const char* between, const char* other,
-                   const char* end) {
-    fputs(start, stdout);
-    print_shell_word(word);
-    fputs(between, stdout);
-    print_shell_word(other);
-    puts(end);
+/// Prints the library's path as a word that no program takes for an option.
+void print_library_word(const LibraryTally* tally) {
+    fputs(tally->library_path[0] == '-' ? "./" : "", stdout);
+    print_shell_word(tally->library_path);
+}
+
+/// Prints the folder in front of the '=' of --map: as an address where it holds that sign itself.
+void print_mapped_folder(const char* folder) {
+    if (strchr(folder, '=') == nullptr) {
+        print_shell_word(folder);
+        return;
+    }
+    char address[size_t{3} * import_path_size + sizeof "file://localhost/"];
+    char* end = address + sprintf(address, "file://localhost%s", folder[0] == '/' ? "" : "/");
+    for (; *folder != '\0'; ++folder) {
+        const bool is_escaped = *folder == '=' || *folder == '%';
+        end += sprintf(end, is_escaped ? "%%%02X" : "%c", *folder);
+    }
+    print_shell_word(address);
+}
+
+/// Prints the ways to let an absolute path meet its files.
+void print_link(const char* folder) {
+    const auto parent_length = static_cast<int>(strrchr(folder, '/') - folder);
+    char parent[import_path_size];
+    upnp_format(parent, sizeof parent, "%.*s", parent_length > 0 ? parent_length : 1, folder);
+    fputs("    mkdir -p ", stdout);
+    print_shell_word(parent);
+    fputs(" &&\n      ln -s DIR ", stdout);
+    print_shell_word(folder);
+    fputs("\n    mkdir -p ", stdout);
+    print_shell_word(folder);
+    fputs(" &&\n      mount --bind DIR ", stdout);
+    print_shell_word(folder);
+    putchar('\n');
 }
 
 /// Prints the ways to let a folder's paths meet its files.
 void print_repair(const LibraryTally* tally, const FolderGroup* group) {
-    const char* name = strrchr(group->folder, '/');
     fputs("  If the files of ", stdout);
     print_escaped(stdout, group->folder);
     puts("\n  are in DIR:");
-    if (group->folder[0] == '/' && name != group->folder) {
-        char parent[import_path_size];
-        snprintf(parent, sizeof parent, "%.*s", static_cast<int>(name - group->folder), group->folder);
-        print_command("    mkdir -p ", parent, " &&\n      ln -s DIR ", group->folder, "");
-        print_command("    mkdir -p ", group->folder, " &&\n      mount --bind DIR ", group->folder, "");
+    if (group->folder[0] == '/') {
+        print_link(group->folder);
     }
-    print_command("    itunes-prepare --map ", group->folder, "=DIR \\\n      ", tally->library_path,
-                  " prepared.xml");
+    fputs("    itunes-prepare --map ", stdout);
+    print_mapped_folder(group->folder);
+    fputs("=DIR \\\n      ", stdout);
+    print_library_word(tally);
+    puts(" prepared.xml");
 }
 
 void print_what_to_do(const LibraryTally* tally) {
@@ -222,9 +253,12 @@ void print_what_to_do(const LibraryTally* tally) {
     const FolderTable* table = &tally->folders;
     const FolderGroup* absent[shown_repairs] = {};
     uint32_t count = 0;
-    for (uint32_t index = 0; index < table->count && count < shown_repairs; ++index) {
+    const bool is_all_found = tally->respelled == tally->tracks[static_cast<size_t>(TrackOutcome::missing)];
+    for (uint32_t index = 0; !is_all_found && index < table->count && count < shown_repairs; ++index) {
         const FolderGroup* group = &table->groups[index];
-        if (group->existing == 0 && group->folder[0] != '\0' && access(group->folder, F_OK) != 0) {
+        const bool is_rooted =
+            group->folder[0] == '/' || (group->folder[0] != '\0' && group->folder[1] == ':');
+        if (group->existing == 0 && is_rooted && access(group->folder, F_OK) != 0) {
             absent[count++] = group;
         }
     }
@@ -235,7 +269,7 @@ void print_what_to_do(const LibraryTally* tally) {
     if (is_other || tally->respelled > 0) {
         printf("  Import a copy %s:\n    itunes-prepare ",
                is_other ? "in the layout that the import reads" : "with the paths that the disk has");
-        print_shell_word(tally->library_path);
+        print_library_word(tally);
         puts(" prepared.xml");
     }
     for (uint32_t index = 0; index < count; ++index) {
@@ -243,19 +277,38 @@ void print_what_to_do(const LibraryTally* tally) {
     }
 }
 
-uint32_t count_outcome(const CheckedPlaylists* playlists, CheckedOutcome outcome) {
+/// Whether the playlist has this outcome, and this sign unless that is none.
+bool is_of(const CheckedPlaylist* playlist, CheckedOutcome outcome, WplSign sign) {
+    return playlist->outcome == outcome && (sign == WplSign::none || playlist->sign == sign);
+}
+
+uint32_t count_playlists(const CheckedPlaylists* playlists, CheckedOutcome outcome, WplSign sign) {
     uint32_t count = 0;
     for (const CheckedPlaylist* each = playlists->first; each != nullptr; each = each->next) {
-        count += each->outcome == outcome ? 1 : 0;
+        count += is_of(each, outcome, sign) ? 1 : 0;
     }
     return count;
 }
 
-void print_files(const CheckedPlaylists* playlists) {
+/// Prints the first titles.
+void print_titles(const CheckedPlaylists* playlists, CheckedOutcome outcome, WplSign sign) {
     uint32_t shown = 0;
-    const uint32_t files = count_outcome(playlists, CheckedOutcome::file);
-    for (const CheckedPlaylist* each = playlists->first; each != nullptr; each = each->next) {
-        if (each->outcome != CheckedOutcome::file || shown == shown_files) {
+    for (const CheckedPlaylist* each = playlists->first; each != nullptr && shown < shown_titles;
+         each = each->next) {
+        if (is_of(each, outcome, sign) && each->title[0] != '\0') {
+            ++shown;
+            fputs("           ", stdout);
+            print_escaped(stdout, each->title);
+            putchar('\n');
+        }
+    }
+}
+
+void print_files(const CheckedPlaylists* playlists, uint32_t files) {
+    uint32_t shown = 0;
+    for (const CheckedPlaylist* each = playlists->first; each != nullptr && shown < shown_files;
+         each = each->next) {
+        if (each->outcome != CheckedOutcome::file) {
             continue;
         }
         ++shown;
@@ -273,34 +326,35 @@ void print_files(const CheckedPlaylists* playlists) {
     }
 }
 
-/// Prints a reason with its count and the first titles.
-void print_left_out(const CheckedPlaylists* playlists, CheckedOutcome outcome, const char* reason) {
-    const uint32_t count = count_outcome(playlists, outcome);
-    if (count == 0) {
-        return;
-    }
-    printf("  %6u %s\n", count, reason);
-    uint32_t shown = 0;
-    for (const CheckedPlaylist* each = playlists->first; each != nullptr && shown < shown_titles;
-         each = each->next) {
-        if (each->outcome == outcome && each->title[0] != '\0') {
-            ++shown;
-            fputs("           ", stdout);
-            print_escaped(stdout, each->title);
-            putchar('\n');
+void print_left_out(const CheckedPlaylists* playlists) {
+    struct Reason {
+        CheckedOutcome outcome;
+        const char* text;
+    };
+    constexpr Reason reasons[] = {
+        {CheckedOutcome::replaced, "overwritten by a later one of the same file name"},
+        {CheckedOutcome::not_moved, "%% in the name: the file is made but not put in place"},
+        {CheckedOutcome::not_writable, "the name is too long for a file"},
+        {CheckedOutcome::not_listed, "not in the folder list"},
+        {CheckedOutcome::nothing_to_play, "nothing to play"},
+        {CheckedOutcome::reserved_name, "one of the five names that are never exported"},
+        {CheckedOutcome::smart, "smart"},
+        {CheckedOutcome::built_in, "built in"},
+    };
+    for (const Reason& reason : reasons) {
+        const uint32_t count = count_playlists(playlists, reason.outcome, WplSign::none);
+        if (count > 0) {
+            printf("  %6u %s\n", count, reason.text);
+            print_titles(playlists, reason.outcome, WplSign::none);
         }
     }
 }
 
 void print_signs(const CheckedPlaylists* playlists) {
-    constexpr WplSign signs[] = {WplSign::ampersand, WplSign::less_than, WplSign::quote,     WplSign::control,
-                                 WplSign::encoding,  WplSign::cut_short, WplSign::unreadable};
     bool is_first = true;
-    for (const WplSign sign : signs) {
-        uint32_t count = 0;
-        for (const CheckedPlaylist* each = playlists->first; each != nullptr; each = each->next) {
-            count += each->sign == sign && each->outcome == CheckedOutcome::file ? 1 : 0;
-        }
+    for (const WplSign sign : {WplSign::ampersand, WplSign::less_than, WplSign::quote, WplSign::control,
+                               WplSign::encoding, WplSign::cut_short}) {
+        const uint32_t count = count_playlists(playlists, CheckedOutcome::file, sign);
         if (count == 0) {
             continue;
         }
@@ -308,33 +362,18 @@ void print_signs(const CheckedPlaylists* playlists) {
             puts("\nPlaylist files that are not well-formed XML, so that strict players refuse them");
         }
         is_first = false;
-        printf("  %6u by %s in a title or path\n", count, wpl_sign_text(sign));
-        uint32_t shown = 0;
-        for (const CheckedPlaylist* each = playlists->first; each != nullptr && shown < shown_titles;
-             each = each->next) {
-            if (each->sign == sign && each->outcome == CheckedOutcome::file) {
-                ++shown;
-                fputs("           ", stdout);
-                print_escaped(stdout, each->title);
-                putchar('\n');
-            }
-        }
+        const bool is_character = sign != WplSign::cut_short;
+        printf("  %6u %s%s%s\n", count, is_character ? "by " : "", wpl_sign_text(sign),
+               is_character ? " in a title or path" : "");
+        print_titles(playlists, CheckedOutcome::file, sign);
     }
 }
 
 void print_playlists(const CheckedPlaylists* playlists) {
-    printf("\nPlaylists: %u of %u will get a file\n", count_outcome(playlists, CheckedOutcome::file),
-           playlists->count);
-    print_files(playlists);
-    print_left_out(playlists, CheckedOutcome::replaced, "overwritten by a later one of the same file name");
-    print_left_out(playlists, CheckedOutcome::not_moved,
-                   "%% in the name: the file is made but not put in place");
-    print_left_out(playlists, CheckedOutcome::not_writable, "the name is too long for a file");
-    print_left_out(playlists, CheckedOutcome::not_listed, "not in the folder list");
-    print_left_out(playlists, CheckedOutcome::nothing_to_play, "nothing to play");
-    print_left_out(playlists, CheckedOutcome::reserved_name, "one of the five names that are never exported");
-    print_left_out(playlists, CheckedOutcome::smart, "smart");
-    print_left_out(playlists, CheckedOutcome::built_in, "built in");
+    const uint32_t files = count_playlists(playlists, CheckedOutcome::file, WplSign::none);
+    printf("\nPlaylists: %u of %u will get a file\n", files, playlists->count);
+    print_files(playlists, files);
+    print_left_out(playlists);
     print_signs(playlists);
 }
 

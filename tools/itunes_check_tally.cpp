@@ -5,13 +5,13 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "common/upnp_fileio.h"
 #include "common/upnp_memory.h"
 #include "common/upnp_text.h"
 #include "itunes/import_run.h"
 #include "itunes/import_workspace.h"
 #include "itunes/plist_scanner.h"
 #include "itunes/track_reader.h"
+#include "tools/count_records.h"
 #include "tools/itunes_check_spelling.h"
 
 namespace {
@@ -202,14 +202,6 @@ bool ends_whole(const char* path) {
     return is_whole;
 }
 
-void free_examples(TrackExamples* examples) {
-    for (uint32_t index = 0; index < examples->count; ++index) {
-        upnp_free_unless_null(examples->tracks[index].title);
-        upnp_free_unless_null(examples->tracks[index].path);
-        upnp_free_unless_null(examples->tracks[index].found);
-    }
-}
-
 } // namespace
 
 bool library_tally_fill(LibraryTally* tally, const char* directory) {
@@ -222,14 +214,11 @@ bool library_tally_fill(LibraryTally* tally, const char* directory) {
     import_into_temp_dir();
     import_observer = nullptr;
     end_progress(tally);
-    spelling_search_end();
     folder_table_finish(&tally->folders);
     checked_playlists_settle(&tally->playlists, import_run.temp_dir);
     char items_path[import_path_size];
     import_run_temp_items_path(items_path);
-    UpnpFileStat status = {};
-    const bool has_records = tally->tracks[static_cast<size_t>(TrackOutcome::record)] > 0;
-    return upnp_file_stat(items_path, &status) == 0 && (!has_records || status.size > 0) &&
+    return count_records(items_path) == tally->tracks[static_cast<size_t>(TrackOutcome::record)] &&
            !tally->playlists.is_short;
 }
 
@@ -249,13 +238,4 @@ uint32_t library_tally_tracks(const LibraryTally* tally) {
         sum += count;
     }
     return sum;
-}
-
-void library_tally_free(LibraryTally* tally) {
-    for (TrackExamples& examples : tally->examples) {
-        free_examples(&examples);
-    }
-    free_examples(&tally->respelled_examples);
-    folder_table_free(&tally->folders);
-    checked_playlists_free(&tally->playlists);
 }

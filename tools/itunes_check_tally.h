@@ -1,6 +1,6 @@
 #pragma once
 // What a check of a library gathers while the import's own code reads it: counts, a few examples, a table of
-// folders, the playlists. Its size does not depend on the number of tracks.
+// folders, the playlists. Its size does not depend on the number of tracks. It stays until the process ends.
 
 #include <cstdint>
 
@@ -62,11 +62,9 @@ struct LibraryTally {
 };
 
 /// Runs the import's reading with an empty workspace below `directory`, and fills the tally, of which the
-/// caller has set the beginning up to print_track and cleared the rest. False where the workspace can not be
-/// written.
+/// caller has set the beginning up to print_track and cleared the rest. False where the workspace does not
+/// hold all records, as on a full disk.
 [[nodiscard]] bool library_tally_fill(LibraryTally* tally, const char* directory);
 
 [[nodiscard]] LibraryLayout library_tally_layout(const LibraryTally* tally);
 [[nodiscard]] uint32_t library_tally_tracks(const LibraryTally* tally);
-
-void library_tally_free(LibraryTally* tally);

@@ -199,7 +199,7 @@ WplSign wpl_find_sign(const char* path) {
     WplReader reader = {};
     reader.stream = fopen(path, "rb");
     if (reader.stream == nullptr) {
-        return WplSign::unreadable;
+        return WplSign::cut_short;
     }
     reader.next = ' ';
     (void)take(&reader);
@@ -226,9 +226,8 @@ const char* wpl_sign_text(WplSign sign) {
     case WplSign::less_than: return "<";
     case WplSign::quote: return "\"";
     case WplSign::control: return "a control character";
-    case WplSign::encoding: return "not UTF-8";
+    case WplSign::encoding: return "bytes that are not UTF-8";
     case WplSign::cut_short: return "cut short";
-    case WplSign::unreadable: return "unreadable";
     }
     return "";
 }

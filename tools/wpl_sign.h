@@ -9,8 +9,7 @@ enum class WplSign {
     quote,     // a double quote in a path
     control,   // a control character
     encoding,  // bytes that are not UTF-8
-    cut_short, // the file ends too early
-    unreadable,
+    cut_short, // the file ends too early, or can not be read at all
 };
 
 /// Reads the playlist file at `path` and returns the first sign by which it is not well-formed XML.
