@@ -12,6 +12,7 @@
 #include "common/upnp_log.h"
 #include "common/upnp_memory.h"
 #include "itunes/library_setting.h"
+#include "itunes/library_walk.h"
 #include "itunes/plist_scanner.h"
 #include "server/common/upnp_items.h"
 
@@ -59,8 +60,7 @@ TEST_F(FileLayer, WorksWithoutAWord) {
         upnp_file_close(file);
     };
     EXPECT_EQ(logged([&] {
-                  EXPECT_EQ(upnp_file_mkdir("d") | upnp_file_create_path("d/") | upnp_file_create_path("/"),
-                            0);
+                  EXPECT_EQ(upnp_file_mkdir("d") | upnp_file_create_path("d/"), 0);
                   write(upnp_file_open_write("d/f"), O_WRONLY, 0, "long\n");
                   write(upnp_file_open_write("d/f"), O_WRONLY, 0, "s"); // from the start, cutting nothing
                   write(upnp_file_open_append("d/f"), O_RDWR, 5, "end");
@@ -68,7 +68,7 @@ TEST_F(FileLayer, WorksWithoutAWord) {
                   EXPECT_EQ(upnp_file_exists("d/f"), 1);
                   EXPECT_EQ(upnp_file_rename("d/f", "f") | upnp_file_rename("new", "d/f"), 0);
                   import_write_library_setting("d/f");
-                  EXPECT_EQ(upnp_file_unlink("d/f"), 0);
+                  EXPECT_EQ(upnp_file_unlink("d/f") | upnp_file_create_path("/"), 0);
               }),
               "");
     upnp_file_close(upnp_file_open_append("new"));
@@ -113,6 +113,7 @@ TEST_F(FileLayer, ReturnsAndLogsWhatFails) {
     SHOW(*upnp_file_read_line(line, 5, &stale));
     SHOW(upnp_file_at_end(&stale));
     SHOW((upnp_file_close(owned), 0));
+    SHOW((itunes_read_library("no", nullptr), 0));
     SHOW(upnp_database_object_create_from_data("16FFFx", 6) != nullptr);
     SHOW(upnp_database_object_create_from_data("16", 2) != nullptr);
     SHOW(upnp_database_object_create_from_data(">>>>\n16FFF", 10) != nullptr);

@@ -113,16 +113,8 @@ TEST_F(Objects, AnswerQuestions) {
     EXPECT_EQ(Object().valid(51) + Object().add(20, ".d.e.l.e.t.e.d.").valid(20), "(none).d.e.l.e.t.e.d.");
     EXPECT_EQ(Object().add(22, "Artist").valid(21) + Object().add(20, marker_).valid(20), "(none)(none)");
     EXPECT_EQ(upnp_database_object_get_property(Object().add(20, marker_).first, 20), marker_);
-    const std::pair<std::string, int32_t> rows[] = {{"12x", 12},
-                                                    {"0x9", 0},
-                                                    {" \t\n+79", 79},
-                                                    {"3000000000", INT_MAX},
-                                                    {"-3000000000", INT_MIN},
-                                                    {"2147483647", INT_MAX},
-                                                    {"-2147483648", INT_MIN},
-                                                    {"8", 8},
-                                                    {"", 7},
-                                                    {marker_, 7}};
+    const std::pair<std::string, int32_t> rows[] = {
+        {"12x", 12}, {"3000000000", INT_MAX}, {"-3000000000", INT_MIN}, {"8", 8}, {"", 7}, {marker_, 7}};
     for (const auto& [value, number] : rows) {
         EXPECT_EQ(upnp_database_object_get_long(Object().add(61, "1").set(61, value).first, 61, 7), number)
             << value;
@@ -136,14 +128,10 @@ TEST_F(Objects, AreWrittenAsRecords) {
     const std::string longest(4095, 'L');
     char value[] = "xy";
     Object four;
-    four.add(207, ".d.e.l.e.t.e.d.")
-        .add(22, marker_)
-        .add(1, "%n\n>>>>\n")
-        .add(20, "Blue")
-        .add(26, "x")
-        .set(26, "");
-    EXPECT_EQ(four.record(), ">>>>\n14004Blue\n01008%n\n>>>>\n\nCF00F.d.e.l.e.t.e.d.\n");
-    EXPECT_EQ(read_record(four.record()), "207=.d.e.l.e.t.e.d. 1=%n\n>>>>\n 20=Blue ");
+    four.add(207, "44").add(22, marker_).add(1, "%n\n>>>>\n").add(20, "Blue").add(26, "x").set(26, "");
+    EXPECT_EQ(four.record(), ">>>>\n14004Blue\n01008%n\n>>>>\n\nCF00244\n");
+    EXPECT_EQ(read_record(four.record()), "207=44 1=%n\n>>>>\n 20=Blue ");
+    EXPECT_EQ(Object().add(1, ".d.e.l.e.t.e.d.").record(), ">>>>\n0100F.d.e.l.e.t.e.d.\n");
     EXPECT_EQ(Object().record() + Object().add(22, marker_).record(), "(none)>>>>\n");
     EXPECT_EQ(Object().lend(-1, value).record(), ">>>>\nFFFFFFFF0xy\n");
     EXPECT_EQ(Object().add(1, "a").add(20, longest).record(), ">>>>\n14FFF" + longest + "\n01001a\n");
@@ -201,7 +189,5 @@ TEST(Properties, AreTheseAndNoOthers) {
     }
     expect_golden(table, "properties.txt");
     EXPECT_EQ(upnp_database_property_id("upnp:albumArtist2"), 26) << "the first whole name that begins it";
-    for (const char* nothing : {"nothing", "", "DC:TITLE"}) {
-        EXPECT_EQ(upnp_database_property_id(nothing), 0) << nothing;
-    }
+    EXPECT_EQ(upnp_database_property_id("nothing") + upnp_database_property_id("DC:TITLE"), 0);
 }

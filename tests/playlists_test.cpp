@@ -2,6 +2,8 @@
 
 #include "tests/import_fixture.h"
 
+#include "itunes/import_observer.h"
+
 using Playlists = Import;
 
 namespace {
@@ -28,16 +30,33 @@ TEST_F(Playlists, HaveTheirFoldersInTheirTitles) {
 }
 
 TEST_F(Playlists, OfSomeNamesAndKindsAreNeverExported) {
-    std::string playlists = playlist("smart", "P1", {1}, "<key>Smart Info</key>\n") +
-                            playlist("built in", "P2", {1}, number("Distinguished Kind", "4")) +
+    const std::string smart = "<key>Smart Info</key>\n";
+    std::string playlists = playlist("smart", "P1", {1}, smart) +
+                            playlist("built in", "P2", {1}, number("Distinguished Kind", "4") + smart) +
                             playlist("invisible", "P3", {1}, "<key>Visible</key><false/>\n") +
                             playlist("of podcasts", "P4", {1}, flag("Podcasts")) +
-                            playlist("music", "P5", {1});
+                            playlist("music", "P5", {1}) + playlist("late", "P6", {9}) + smart +
+                            named("over") + "</dict>\n" + smart;
     for (const char* never : {"Library", "Music", "Podcasts", "Recently Added", "smartplaylist"}) {
         playlists += playlist(never, never, {1});
     }
     lay_out(tracks, playlists);
     EXPECT_EQ(import(), imported("", {{"music##M", "music", {"a.mp3"}}}));
+    std::string told;
+    const auto tell = [](void* context, const PlaylistReport* report) {
+        *static_cast<std::string*>(context) += std::to_string(static_cast<int>(report->outcome)) + " " +
+                                               report->title + " " + std::to_string(report->items) + " " +
+                                               std::to_string(report->entries) + ", ";
+    };
+    const ImportObserver observer = {&told, [](void*, const char*) {}, [](void*, const TrackReport*) {},
+                                     tell};
+    import_observer = &observer;
+    TearDown();
+    import_observer = nullptr;
+    EXPECT_EQ(told,
+              "1 smart 1 0, 2 built in 1 0, 5 invisible 1 0, 5 of podcasts 1 0, 0 music 1 1, 4 late 1 0, "
+              "4 over 0 0, 3 Library 1 0, 3 Music 1 0, 3 Podcasts 1 0, 3 Recently Added 1 0, "
+              "3 smartplaylist 1 0, ");
 }
 
 TEST_F(Playlists, AreVideoByTheirFirstPlayableTrackOrByAPlaylistBefore) {

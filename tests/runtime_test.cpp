@@ -158,7 +158,9 @@ TEST(NullArguments, AreRefusedEverywhere) {
                             upnp_wpl_add_media(null, "s"), upnp_wpl_write_footer(null),
                             upnp_wpl_add_media_params(null, &media), upnp_wpl_add_media_params(&file, null),
                             itunes_get_integer_value(null, "integer"), itunes_next_line(null),
-                            upnp_database_record_end(null, 9).length, 1 - upnp_file_at_end(null)));
+                            upnp_database_record_end(null, 9).length, 1 - upnp_file_at_end(null),
+                            itunes_line_holds(null, t), itunes_line_holds(t, null),
+                            itunes_modification_stamp(null) - itunes_modification_stamp("")));
         EXPECT_TRUE(are_all(-1, upnp_file_write(null, t, 1), upnp_file_write(&file, null, 1),
                             upnp_file_stat(null, &status), upnp_file_stat(t, null), upnp_file_rename(null, t),
                             upnp_file_rename(t, null), upnp_file_unlink(null), upnp_dir_unlink(null),
@@ -170,17 +172,19 @@ TEST(NullArguments, AreRefusedEverywhere) {
         upnp_database_object_free(null), itunes_url_decode(null), upnp_mutex_init(null);
         upnp_mutex_lock(null), upnp_mutex_unlock(null), upnp_mutex_destroy(null);
         import_write_library_setting(null), import_remove_library_temp_files(null);
-        upnp_log_write_raw(null), import_move_files(null, ".", "."), import_move_files("x", null, ".");
+        upnp_log_write_raw(null), import_move_source(null, 9, t), import_move_source(t, 0, t),
+            import_move_source(t, 9, null), upnp_log_timestamp(null, 9), import_move_files(null, ".", "."),
+            import_move_files("x", null, ".");
         import_move_files("x", ".", null), itunes_read_track(1, null, null);
         itunes_playlist_export(null), upnp_database_object_write(null, null);
         itunes_read_library(null, null), itunes_read_library("", null);
-        itunes_folder_path(null, t), itunes_folder_path(t, null);
+        itunes_folder_path(null, t), itunes_folder_path(line, null);
         itunes_playlist_file_path(null, ".", "M", "name"), itunes_playlist_file_path(path, null, "M", "n");
         upnp_log_message(0, no_format, 1);
     };
     std::string noted;
     upnp_log_set_mask(UINT32_MAX); // what is refused is not tried either, which would be logged
-    EXPECT_EQ(stdout_of([&] { noted = stderr_of(work); }) + path, "");
+    EXPECT_EQ(stdout_of([&] { noted = stderr_of(work); }) + path + line, "<string>x</string>");
     upnp_log_set_mask(0);
     const std::string refused = "upnp_log_message - LogCriticalSection not initialized! (";
     EXPECT_EQ(noted, refused + "LOG_SYSTEM:upnp_file_open_write file open write error \"%s\")\n" + refused +

@@ -4,20 +4,12 @@
 
 using Tracks = Import;
 
-namespace {
-
-std::string date(const std::string& key, const std::string& value) {
-    return "<key>" + key + "</key><date>" + value + "</date>\n";
-}
-
-} // namespace
-
 TEST_F(Tracks, HoldWhatEachKeyLeadsTo) {
     lay_out(track(2, "%61.mp4",
                   text("Sort Name", "no property") + text("Album Artist", "Caf\xC3\xA9 &#38; Co") +
                       "<key>Genre</key>" + text("Composer", "%n%s%%") + number("Rating", "79") +
                       "<key>Play Count</key>\n" + number("Disc Count", "2") + number("Disc Number", "x") +
-                      date("Play Date UTC", "2008-01-15T20:31:12Z") + number("Year", "2005") +
+                      "<key>Play Date UTC</key><date>2008-01-15T20:31:12Z</date>\n" + number("Year", "2005") +
                       number("Year", "2005-06-07") + flag("Has Video") + flag("Compilation") +
                       number("Track Number", "0") + number("Bit Rate", "192") + number("Bit Rate", "0") +
                       number("Sample Rate", "0") + text("Genre", "") + number("Size", "4000000000")) +
