@@ -40,23 +40,26 @@ TEST_F(Playlists, OfSomeNamesAndKindsAreNeverExported) {
     for (const char* never : {"Library", "Music", "Podcasts", "Recently Added", "smartplaylist"}) {
         playlists += playlist(never, never, {1});
     }
-    lay_out(tracks, playlists);
+    lay_out(tracks + track(10, "a.mp3", named("title") + "<key>Name</key>\n"), playlists);
     EXPECT_EQ(import(), imported("", {{"music##M", "music", {"a.mp3"}}}));
     std::string told;
+    const auto tell_title = [](void* context, const TrackReport* report) {
+        *static_cast<std::string*>(context) += report->title == nullptr ? "" : report->title;
+    };
     const auto tell = [](void* context, const PlaylistReport* report) {
         *static_cast<std::string*>(context) += std::to_string(static_cast<int>(report->outcome)) + " " +
                                                report->title + " " + std::to_string(report->items) + " " +
                                                std::to_string(report->entries) + ", ";
     };
-    const ImportObserver observer = {&told, [](void*, const char*) {}, [](void*, const TrackReport*) {},
-                                     tell};
+    const ImportObserver observer = {&told, [](void*, const char*) {}, tell_title, tell};
     import_observer = &observer;
     TearDown();
     import_observer = nullptr;
-    EXPECT_EQ(told,
-              "1 smart 1 0, 2 built in 1 0, 5 invisible 1 0, 5 of podcasts 1 0, 0 music 1 1, 4 late 1 0, "
-              "4 over 0 0, 3 Library 1 0, 3 Music 1 0, 3 Podcasts 1 0, 3 Recently Added 1 0, "
-              "3 smartplaylist 1 0, ");
+    EXPECT_EQ(
+        told,
+        "title1 smart 1 0, 2 built in 1 0, 5 invisible 1 0, 5 of podcasts 1 0, 0 music 1 1, 4 late 1 0, "
+        "4 over 0 0, 3 Library 1 0, 3 Music 1 0, 3 Podcasts 1 0, 3 Recently Added 1 0, "
+        "3 smartplaylist 1 0, ");
 }
 
 TEST_F(Playlists, AreVideoByTheirFirstPlayableTrackOrByAPlaylistBefore) {

@@ -25,7 +25,10 @@
 #include "server/common/upnp_property.h"
 #include "server/common/upnp_wpl.h"
 
+static const int32_t peak_at_the_start = upnp_mem_peak();
+
 TEST(Memory, CountsWhatIsInUse) {
+    EXPECT_EQ(peak_at_the_start, 0);
     upnp_mem_init();
     const int32_t before = upnp_mem_in_use();
     const int32_t peak = std::max(upnp_mem_peak(), before + 50'000'008);

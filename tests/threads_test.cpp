@@ -55,7 +55,8 @@ TEST(Threads, EveryLineIsWholeOrRefusedWhileTheLogEndsAndBegins) {
 }
 
 TEST(Threads, AllocateTogetherFromTheFirst) {
-    upnp_mem_close();
+    upnp_mem_init();
+    upnp_mem_close(); // what comes is a second beginning
     const int32_t before = upnp_mem_in_use();
     const std::string noted = stderr_of([] {
         const auto work = [] {
