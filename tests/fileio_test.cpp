@@ -6,6 +6,7 @@
 #include <functional>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 #include "common/upnp_dirwalk.h"
 #include "common/upnp_fileio.h"
@@ -57,6 +58,7 @@ TEST_F(FileLayer, WorksWithoutAWord) {
         upnp_file_sync(file);
         file->blocks = static_cast<UpnpFileBlock*>(upnp_calloc(1, sizeof(UpnpFileBlock)));
         file->blocks->data = upnp_malloc(1);
+        close(std::exchange(file->descriptor, -1));
         upnp_file_close(file);
     };
     EXPECT_EQ(logged([&] {

@@ -96,7 +96,7 @@ TEST(Text, IsCutAtItsBuffer) {
     char buffer[] = "12345678";
     EXPECT_EQ(upnp_format(buffer, 4, "%s", "abcd"), 4);
     EXPECT_EQ(std::string(buffer, 8), "abc\0005678"s);
-    upnp_copy_text(buffer, 4, "ABCD");
+    upnp_copy_text(buffer, 4, "ABCD"), upnp_copy_text(buffer, 0, "x");
     EXPECT_EQ(std::string(buffer, 8), "ABC\0005678"s);
     EXPECT_EQ(upnp_format(buffer, 8, no_format, 1), 0);
     EXPECT_EQ(std::string(buffer, 8), "\0BC\0005678"s);
