@@ -35,7 +35,6 @@ struct PlaylistTally {
     PlaylistOutcome outcome;
     uint32_t items;
     uint32_t entries;
-    bool in_item; // the next end of a dictionary is an item's
     bool is_over; // its dictionary has ended: keys belong to the next one, whose Name may come late
     char title[text_size];
     char file_path[import_path_size];
@@ -100,15 +99,9 @@ void tally_exclusion(PlaylistTally* tally, PlaylistOutcome outcome) {
     }
 }
 
-/// Notes where the playlist's dictionary ends: at the first end that is not an item's.
+/// Notes where the playlist's dictionary ends. An item's end counts too: after an item nothing is excluded.
 void tally_dictionary(PlaylistTally* tally, const char* line) {
-    if (itunes_line_holds(line, "<key>Track ID</key>")) {
-        tally->in_item = true;
-    }
-    if (itunes_line_holds(line, "</dict>")) {
-        tally->is_over = tally->is_over || !tally->in_item;
-        tally->in_item = false;
-    }
+    tally->is_over = tally->is_over || itunes_line_holds(line, "</dict>");
 }
 
 void tally_file(PlaylistState* state) {
@@ -125,8 +118,8 @@ void tally_file(PlaylistState* state) {
 void close_output(PlaylistState* state) {
     if (state->output != nullptr) {
         (void)upnp_wpl_write_footer(state->output); // a failed write is logged by the file layer
-        upnp_file_sync(
-            state->output); // the move unlinks an earlier file: this one has to be on the disk by then
+        // The move unlinks an earlier file: this one has to be on the disk by then.
+        upnp_file_sync(state->output);
         upnp_file_close(state->output);
         state->output = nullptr;
     }
