@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
-#include <sched.h>
 #include <sys/time.h>
 
 #include "common/upnp_fileio.h"
@@ -23,26 +22,25 @@ UpnpFile* log_file = nullptr;    // null in console mode
 bool log_file_busy = false;      // being written
 char log_path[path_size];        // empty while no log file has been opened
 
-std::atomic<bool> log_initialised = false;
-std::atomic<int32_t> log_users = 0; // threads that are in LogCriticalSection, or about to try
 std::atomic<uint32_t> log_mask = 0;
 
-// Lets one thread at a time create or destroy LogCriticalSection; is there all the time itself.
+// Held while LogCriticalSection is created, entered or destroyed, so that none is destroyed that another thread
+// waits for; is there all the time itself.
 constinit upnp_mutex_t log_life = {PTHREAD_MUTEX_INITIALIZER, {}, 0};
+bool log_initialised = false; // guarded by log_life
 
-/// Enters LogCriticalSection if logging is on. Counted before the flag is looked at: upnp_log_close clears
-/// the flag and then waits for the count, so a section that is entered or waited for is never destroyed.
+/// Enters LogCriticalSection if logging is on. Its owner, whose failing write logs itself, enters again at once
+/// and does not wait for log_life: the thread that has it may be waiting for this one to leave.
 bool enter_section() {
-    ++log_users;
+    if (LogCriticalSection.owner.load(std::memory_order_relaxed) == pthread_self()) {
+        upnp_mutex_lock(&LogCriticalSection);
+        return true;
+    }
+    const UpnpMutexGuard life(&log_life);
     if (log_initialised) {
         upnp_mutex_lock(&LogCriticalSection);
-        if (log_initialised) { // else it ended while this thread waited
-            return true;
-        }
-        upnp_mutex_unlock(&LogCriticalSection);
     }
-    --log_users;
-    return false;
+    return log_initialised;
 }
 
 /// Holds LogCriticalSection to the end of the scope, unless logging is off.
@@ -52,7 +50,6 @@ public:
     ~LogSection() {
         if (entered_) {
             upnp_mutex_unlock(&LogCriticalSection);
-            --log_users;
         }
     }
     LogSection(const LogSection&) = delete;
@@ -131,7 +128,7 @@ int32_t upnp_log_init(const char* path) {
         upnp_mutex_init(&LogCriticalSection);
         log_initialised = true;
     }
-    const LogSection section;
+    const UpnpMutexGuard section(&LogCriticalSection);
     return open_log_file(path);
 }
 
@@ -208,18 +205,15 @@ void upnp_log_flush() {
 
 void upnp_log_close() {
     const UpnpMutexGuard life(&log_life);
+    if (!log_initialised) {
+        return;
+    }
     {
-        const LogSection section;
-        if (!section.entered()) {
-            return;
-        }
+        const UpnpMutexGuard section(&LogCriticalSection);
         if (log_path[0] != '\0') {
             close_log_file();
         }
-        log_initialised = false;
     }
-    while (log_users != 0) {
-        (void)sched_yield(); // a thread that waited for the section is on its way out
-    }
+    log_initialised = false;
     upnp_mutex_destroy(&LogCriticalSection);
 }
