@@ -1,6 +1,7 @@
 #include "common/upnp_text.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -23,6 +24,14 @@ int32_t upnp_format(char* buffer, uint32_t size, const char* format, ...) {
         return 0;
     }
     return length;
+}
+
+void upnp_format_number(char* buffer, uint32_t size, int32_t number) {
+    if (buffer == nullptr || size == 0) {
+        return;
+    }
+    const std::to_chars_result result = std::to_chars(buffer, buffer + size - 1, number);
+    *(result.ec == std::errc() ? result.ptr : buffer) = '\0';
 }
 
 void upnp_copy_text(char* buffer, uint32_t size, const char* text) {

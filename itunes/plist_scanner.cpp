@@ -92,8 +92,8 @@ void itunes_url_decode(char* text) {
         return;
     }
     // `read` is never behind `write`, so nothing that has been written is read again.
-    char* write = text;
-    const char* read = text;
+    char* write = text + strcspn(text, "%&+"); // most values hold nothing to decode
+    const char* read = write;
     while (*read != '\0') {
         if (read[0] == '%' && upnp_hex_digit(read[1]) >= 0 && upnp_hex_digit(read[2]) >= 0) {
             *write++ = static_cast<char>(16 * upnp_hex_digit(read[1]) + upnp_hex_digit(read[2]));

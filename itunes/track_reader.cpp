@@ -84,7 +84,7 @@ void read_rating(TrackReaderState* track, char* line) {
 }
 
 void read_size(TrackReaderState* track, char* line) {
-    upnp_format(track->size_text, sizeof track->size_text, "%d", itunes_get_integer_value(line, "integer"));
+    upnp_format_number(track->size_text, sizeof track->size_text, itunes_get_integer_value(line, "integer"));
     add_borrowed(track, upnp_property_size, track->size_text);
 }
 
@@ -95,8 +95,8 @@ void read_total_time(TrackReaderState* track, char* line) {
 
 void read_date_modified(TrackReaderState* track, char* line) {
     char* date = get_date(line);
-    upnp_format(track->modification_time_text, sizeof track->modification_time_text, "%d",
-                date == nullptr ? 0 : itunes_modification_stamp(date));
+    upnp_format_number(track->modification_time_text, sizeof track->modification_time_text,
+                       date == nullptr ? 0 : itunes_modification_stamp(date));
     upnp_free_unless_null(date);
     add_borrowed(track, upnp_property_modification_time, track->modification_time_text);
 }

@@ -102,6 +102,10 @@ TEST(Text, IsCutAtItsBuffer) {
     EXPECT_EQ(std::string(buffer, 8), "\0BC\0005678"s);
     EXPECT_EQ(upnp_format(buffer, 8, "ab%ls", beyond), 0) << "no encoding has such a character";
     EXPECT_STREQ(buffer, "");
+    upnp_format_number(buffer, 4, -12);
+    EXPECT_EQ(std::string(buffer, 8), "-12\0005678"s);
+    upnp_format_number(buffer, 3, -12);
+    EXPECT_STREQ(buffer, "");
 }
 
 TEST(Mutex, LetsItsOwnerInAgainAndOthersWait) {
@@ -171,6 +175,7 @@ TEST(NullArguments, AreRefusedEverywhere) {
         EXPECT_EQ(import_scan_command_line(2, null, &options), CommandLineResult::unusable);
         EXPECT_EQ(import_scan_command_line(2, words, null), CommandLineResult::unusable);
         upnp_copy_text(null, 9, t), upnp_copy_text(t, 0, "x"), upnp_copy_text(t, 1, null);
+        upnp_format_number(null, 9, 1), upnp_format_number(t, 0, 1);
         upnp_file_close(null), upnp_file_sync(null), upnp_dir_close(null), upnp_string_free(null);
         upnp_database_object_free(null), itunes_url_decode(null), upnp_mutex_init(null);
         upnp_mutex_lock(null), upnp_mutex_unlock(null), upnp_mutex_destroy(null);

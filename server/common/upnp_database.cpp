@@ -52,7 +52,9 @@ MediaObject* set_decimal(MediaObject* object, int16_t id, int32_t number, bool p
         }
         return object;
     }
-    upnp_format(text, number_size, padded && number >= 1 && number <= 8 ? "0%d" : "%d", number);
+    text[0] = '0';
+    const uint32_t zeros = padded && number >= 1 && number <= 8 ? 1 : 0;
+    upnp_format_number(text + zeros, number_size - zeros, number);
     if (id == upnp_property_rating) {
         clamp_rating(text);
     }
