@@ -57,9 +57,9 @@ inline void lay_out(const std::string& tracks, const std::string& playlists = ""
     }
 }
 
-/// What a run with these words of the shell changed below the folder it ran in: what is new or has other bytes, log times masked, and what
-/// is `gone`; and beside it as "status", "stdout" and "stderr" whatever differs from a run that went well,
-/// which prints nothing but the allocator's note.
+/// What a run with these words of the shell changed below the folder it ran in: what is new or has other bytes,
+/// log times masked, and what is `gone`; and beside it as "status", "stdout" and "stderr" whatever differs from
+/// a run that went well, which prints nothing but the allocator's note.
 inline const std::string gone = "(gone)";
 inline const std::string note = "upnp_malloc: MemCriticalSection not initialized\n";
 inline Tree run(const std::string& arguments) {
