@@ -227,7 +227,10 @@ TEST_F(Check, TellsWhatBecomesOfPlaylists) {
            "&#38;#6x;f", "&#38;#xg;g", "< h", "<b>i</b>", "<b>j", "k</b>", "<b/>l", "<b c=\"d\" e='f'>m</b>",
            "<b c>n", "<b c=d>o", "<b c=\"&\">p", "<b c=\"d\"e=\"\">q", "<1>r", "<?s?>s", "t\x01", "u\x7F\t",
            "v\xFF", "w\xC3", "x\xE2\x82\xAC", "y\xE2\x82", "z\x80", "\xF0\x9F\x8E\xB5", "\xF4\x8F\xBF\xBF",
-           "\xF5\x80\x80\x80", "\xC1\x80", "\xC2\x80", "1 > 2 \" '", "<a b=\"<", "</title>",
+           "\xF5\x80\x80\x80", "\xC1\x80", "\xC2\x80", "\xED\x9F\xBF\xE0\xA0\x80\xF0\x90\x80\x80",
+           "\xE0\x9F\x80", "\xED\xA0\x80", "\xF0\x8F\x80\x80", "\xF4\x90\x80\x80", "]]1 > 2 ]> \" ]'>",
+           "]]]>x", "&#38;#9;&#38;#32;&#38;#xD7FF;&#38;#xE000;&#38;#xFFFD;&#38;#x10FFFF;", "&#38;#31;",
+           "&#38;#xD800;", "&#38;#xFFFE;", "&#38;#x110000;", "<a b=\"<", "</title>",
            "&#38;" + std::string(130, 'a') + ";", "A", "B", "C", "D", "");
     check(library(tracks, signs), library(tracks, playlist("Cut", "1", std::vector(40, 1))));
     run("(trap '' XFSZ; ulimit -f 1; check l.xml) | cat"); // as on a disk that is full after a block

@@ -337,7 +337,7 @@ void print_left_out(const CheckedPlaylists* playlists) {
         {CheckedOutcome::not_writable, "the name is too long for a file"},
         {CheckedOutcome::not_listed, "not in the folder list"},
         {CheckedOutcome::nothing_to_play, "nothing to play"},
-        {CheckedOutcome::reserved_name, "one of the five names that are never exported"},
+        {CheckedOutcome::reserved_name, "with one of the five names that are never exported"},
         {CheckedOutcome::smart, "smart"},
         {CheckedOutcome::built_in, "built in"},
     };
@@ -352,8 +352,8 @@ void print_left_out(const CheckedPlaylists* playlists) {
 
 void print_signs(const CheckedPlaylists* playlists) {
     bool is_first = true;
-    for (const WplSign sign : {WplSign::ampersand, WplSign::less_than, WplSign::quote, WplSign::control,
-                               WplSign::encoding, WplSign::cut_short}) {
+    for (const WplSign sign : {WplSign::ampersand, WplSign::less_than, WplSign::quote, WplSign::section_end,
+                               WplSign::control, WplSign::encoding, WplSign::cut_short}) {
         const uint32_t count = count_playlists(playlists, CheckedOutcome::file, sign);
         if (count == 0) {
             continue;
