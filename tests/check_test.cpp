@@ -94,7 +94,7 @@ TEST_F(Check, TellsWhatBecomesOfTracks) {
     write_file("iTunes.tmp", ""); // of the kind that an import deletes
     const std::string tracks =
         track(1, "media/there.mp3", named("There")) + track(2, "media/x/a.mp3", named("A")) +
-        track(3, "media/x/b.mp3", named("B")) + track(4, folder_.path() + "/media/c.mp3", named("Absolute")) +
+        track(3, "media/x/b.mp3", named("B")) + track(4, folder_.path() + "/media/there.mp3/c", named("C")) +
         track(5, "/none/d.mp3", named("D")) +
         track(6, "none/\x1B\\\xFF.mp3", named("E\x1B[2J\\\xFF\xC3\xA9")) +
         track(7, "none/f.mp3", named("One too many")) +

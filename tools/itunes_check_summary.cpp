@@ -1,5 +1,6 @@
 // The summary of itunes-check for people.
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <initializer_list>
@@ -94,7 +95,8 @@ void print_existing_part(const TrackExample* example) {
         char path[import_path_size];
         snprintf(path, sizeof path, "%.*s", static_cast<int>(example->existing_length), example->path);
         print_escaped(stdout, path);
-        putchar('\n');
+        puts(access(path, X_OK) != 0 && errno == EACCES ? ",\n             which this user can not enter"
+                                                        : "");
     } else {
         puts("             nothing of this path is there");
     }
@@ -130,7 +132,8 @@ void print_tracks(const LibraryTally* tally) {
         for (uint32_t index = 0; index < tally->examples[outcome].count; ++index) {
             const TrackExample* example = &tally->examples[outcome].tracks[index];
             print_example(example);
-            if (reason.outcome == TrackOutcome::missing && !is_same_part(example, index)) {
+            if (reason.outcome == TrackOutcome::missing &&
+                example->existing_length != spelling_length_unknown && !is_same_part(example, index)) {
                 print_existing_part(example);
             }
         }
@@ -258,7 +261,7 @@ void print_what_to_do(const LibraryTally* tally) {
         const FolderGroup* group = &table->groups[index];
         const bool is_rooted =
             group->folder[0] == '/' || (group->folder[0] != '\0' && group->folder[1] == ':');
-        if (group->existing == 0 && is_rooted && access(group->folder, F_OK) != 0) {
+        if (group->existing == 0 && is_rooted && access(group->folder, F_OK) != 0 && errno != EACCES) {
             absent[count++] = group;
         }
     }

@@ -123,12 +123,12 @@ TrackExample* add_example(TrackExamples* examples, const TrackReport* report) {
 void explain_missing(LibraryTally* tally, const TrackReport* report, TrackExample* example) {
     static SpellingResult result;
     spelling_search(report->location, &result);
+    if (example != nullptr) {
+        example->existing_length = result.existing_length;
+    }
     if (!result.is_known) {
         ++tally->spelling_unknown;
         return;
-    }
-    if (example != nullptr) {
-        example->existing_length = result.existing_length;
     }
     if (result.is_found) {
         ++tally->respelled;
