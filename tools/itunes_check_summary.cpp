@@ -239,8 +239,9 @@ void print_link(const char* folder) {
 void print_repair(const LibraryTally* tally, const FolderGroup* group) {
     fputs("  If the files of ", stdout);
     print_escaped(stdout, group->folder);
-    puts("\n  are in DIR:");
-    if (group->folder[0] == '/') {
+    const bool is_absolute = group->folder[0] == '/';
+    puts(is_absolute ? "\n  are in DIR, one of these:" : "\n  are in DIR:");
+    if (is_absolute) {
         print_link(group->folder);
     }
     fputs("    itunes-prepare --map ", stdout);
@@ -277,6 +278,9 @@ void print_what_to_do(const LibraryTally* tally) {
     }
     for (uint32_t index = 0; index < count; ++index) {
         print_repair(tally, absent[index]);
+    }
+    if (count > 1) {
+        puts("  For more than one folder give each its --map in one itunes-prepare command.");
     }
 }
 
