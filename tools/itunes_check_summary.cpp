@@ -116,7 +116,7 @@ void print_tracks(const LibraryTally* tally) {
     const Reason reasons[] = {
         {TrackOutcome::missing, "the file is not there (playlists keep the path)"},
         {TrackOutcome::copy_protected, "protected (playlists leave them out)"},
-        {TrackOutcome::no_location, library_tally_layout(tally) == LibraryLayout::as_read
+        {TrackOutcome::no_location, tally->is_whole && library_tally_layout(tally) == LibraryLayout::as_read
                                         ? "no location, as in the cloud (playlists leave them out)"
                                         : "no location that can be read (playlists leave them out)"},
         {TrackOutcome::stream, "stream (playlists keep the address)"},
