@@ -153,9 +153,11 @@ int judge(const LibraryTally* tally, const CheckOptions* options, const ItemsCom
     }
     const uint32_t records = tally->tracks[static_cast<size_t>(TrackOutcome::record)];
     const uint32_t tracks = library_tally_tracks(tally);
-    if (records == 0 && tracks > 0) {
+    if (records == 0 && tracks == 1) {
+        status = fail(path, "its only track will not arrive");
+    } else if (records == 0 && tracks > 1) {
         begin_line(path);
-        fprintf(stderr, "none of its %u track%s will arrive\n", tracks, tracks == 1 ? "" : "s");
+        fprintf(stderr, "none of its %u tracks will arrive\n", tracks);
         status = exit_failed;
     }
     const int32_t share = options->min_share < 0 ? default_share : options->min_share;
