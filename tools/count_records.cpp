@@ -49,7 +49,7 @@ bool read_more(RecordReader* reader) {
     return count > 0;
 }
 
-uint64_t count_all(RecordReader* reader) {
+uint64_t count_all(RecordReader* reader, bool* is_damaged) {
     uint64_t records = 0;
     for (;;) {
         const UpnpRecordEnd end =
@@ -59,26 +59,28 @@ uint64_t count_all(RecordReader* reader) {
             reader->start += end.length;
             ++records;
         } else if (!goes_on || !read_more(reader)) {
-            const bool is_whole = reader->at_end && end.kind == UpnpRecordEndKind::data_end && end.length > 0;
-            return records + (is_whole ? 1 : 0);
+            const bool is_whole = reader->at_end && end.kind == UpnpRecordEndKind::data_end;
+            *is_damaged = !is_whole;
+            return records + (is_whole && end.length > 0 ? 1 : 0);
         }
     }
 }
 
-uint64_t count_open(int descriptor) {
+uint64_t count_open(int descriptor, bool* is_damaged) {
     RecordReader reader = {descriptor, static_cast<char*>(upnp_malloc(first_capacity)), first_capacity, 0, 0,
                            false};
     if (reader.data == nullptr) {
         return 0;
     }
-    const uint64_t records = count_all(&reader);
+    const uint64_t records = count_all(&reader, is_damaged);
     upnp_free(reader.data);
     return records;
 }
 
 } // namespace
 
-uint64_t count_records(const char* path) {
+uint64_t count_records(const char* path, bool* is_damaged) {
+    bool unasked = false;
     struct stat status = {};
     if (stat(path, &status) != 0 && errno == ENOENT) {
         return 0;
@@ -90,7 +92,7 @@ uint64_t count_records(const char* path) {
         fputs(": can not be read; there is nothing to compare with\n", stderr);
         return 0;
     }
-    const uint64_t records = count_open(descriptor);
+    const uint64_t records = count_open(descriptor, is_damaged == nullptr ? &unasked : is_damaged);
     (void)close(descriptor);
     return records;
 }

@@ -29,7 +29,7 @@ constexpr int32_t default_share = 80;
 constexpr int64_t progress_size = 4 << 20; // bytes of a library that takes long enough to watch
 
 constexpr char usage_text[] = "usage: itunes-check [--list | --json] [--items FILE] [--min-share PERCENT]\n"
-                              "                    LIBRARY.xml\n"
+                              "                    [--] LIBRARY.xml\n"
                               "       itunes-check --help | --version\n"
                               "Tells what an import of the library will bring, and why the rest will not\n"
                               "arrive.\n"
@@ -53,15 +53,15 @@ struct CheckOptions {
     const char* library_path;
 };
 
-/// Begins the line of a failure; the rest follows.
-void begin_failure(const char* path) {
+/// Begins a line about a file; the rest follows.
+void begin_line(const char* path) {
     fputs("itunes-check: ", stderr);
     print_escaped(stderr, path);
     fputs(": ", stderr);
 }
 
 int fail(const char* path, const char* reason) {
-    begin_failure(path);
+    begin_line(path);
     fprintf(stderr, "%s\n", reason);
     return exit_failed;
 }
@@ -92,7 +92,7 @@ bool read_option(CheckOptions* options, char** argv, int* index) {
     ++*index;
     if (strcmp(option, "--items") == 0) {
         options->items_path = value;
-        return true;
+        return value[0] != '\0'; // as from a variable that is not set
     }
     return strcmp(option, "--min-share") == 0 && read_share(value, &options->min_share);
 }
@@ -146,21 +146,23 @@ int judge(const LibraryTally* tally, const CheckOptions* options, const ItemsCom
     if (library_tally_layout(tally) == LibraryLayout::no_library) {
         status = fail(path, "is no iTunes library: no line holds a key of one");
     } else if (library_tally_layout(tally) == LibraryLayout::other) {
-        begin_failure(path);
+        begin_line(path);
         fprintf(stderr, "has another layout: %u of %u keys without their value on their line\n",
                 tally->keys_apart, tally->keys_beside + tally->keys_apart);
         status = exit_failed;
     }
     const uint32_t records = tally->tracks[static_cast<size_t>(TrackOutcome::record)];
     const uint32_t tracks = library_tally_tracks(tally);
-    if (records == 0 && tracks > 0) {
-        begin_failure(path);
-        fprintf(stderr, "none of its %u track%s will arrive\n", tracks, tracks == 1 ? "" : "s");
+    if (records == 0 && tracks == 1) {
+        status = fail(path, "its only track will not arrive");
+    } else if (records == 0 && tracks > 1) {
+        begin_line(path);
+        fprintf(stderr, "none of its %u tracks will arrive\n", tracks);
         status = exit_failed;
     }
     const int32_t share = options->min_share < 0 ? default_share : options->min_share;
     if (uint64_t{records} * 100 < items->records * static_cast<uint64_t>(share)) {
-        begin_failure(path);
+        begin_line(path);
         fprintf(stderr, "records to come: %u, less than %d percent of the %llu in ", records, share,
                 static_cast<unsigned long long>(items->records));
         print_escaped(stderr, items->path);
@@ -193,7 +195,13 @@ int check_library(const char* directory, void* context) {
     LibraryTally* tally = check->tally;
     ItemsComparison items = {options->items_path, 0};
     if (items.path != nullptr) {
-        items.records = count_records(items.path);
+        bool is_damaged = false;
+        items.records = count_records(items.path, &is_damaged);
+        if (is_damaged) {
+            begin_line(items.path);
+            fprintf(stderr, "damaged or no items file; whole records: %llu\n",
+                    static_cast<unsigned long long>(items.records));
+        }
     }
     int status = exit_done;
     if (!library_tally_fill(tally, directory)) {

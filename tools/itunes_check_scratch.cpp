@@ -13,7 +13,8 @@
 
 namespace {
 
-constexpr int ending_signals[] = {SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGXCPU};
+constexpr int ending_signals[] = {SIGHUP,  SIGINT,  SIGQUIT, SIGTERM, SIGXCPU,
+                                  SIGPIPE, SIGALRM, SIGUSR1, SIGUSR2};
 
 void remove_files(const char* directory) {
     for (UpnpDirWalk* walk = upnp_dir_open(directory); walk != nullptr; walk = upnp_dir_next(walk)) {

@@ -31,6 +31,7 @@ struct Listing {
     uint32_t capacity;
     uint32_t text_length;
     uint32_t text_capacity;
+    bool is_partial; // there was no room for all
 };
 
 /// A directory on the way to a file.
@@ -206,7 +207,11 @@ void list_level(Level* level) {
     ++search.work;
     while (stream != nullptr) {
         const dirent* entry = readdir(stream);
-        if (entry == nullptr || ++search.work > work_limit || !add_name(listing, entry->d_name)) {
+        if (entry == nullptr || ++search.work > work_limit) {
+            break;
+        }
+        if (!add_name(listing, entry->d_name)) {
+            listing->is_partial = true;
             break;
         }
     }
@@ -341,6 +346,7 @@ uint32_t existing_length() {
 
 void spelling_search(const char* path, SpellingResult* result) {
     result->is_found = false;
+    result->existing_length = spelling_length_unknown;
     result->is_known = search.work < work_limit;
     if (!result->is_known || strlen(path) >= sizeof search.path) {
         result->is_known = false;
@@ -356,5 +362,5 @@ void spelling_search(const char* path, SpellingResult* result) {
         result->is_found = true;
         memcpy(result->found, search.real, strlen(search.real) + 1);
     }
-    result->is_known = search.work < work_limit;
+    result->is_known = search.work < work_limit && (result->is_found || !level->listing.is_partial);
 }

@@ -16,12 +16,13 @@ constexpr uint32_t spelling_plus = 4;
 constexpr uint32_t spelling_any = spelling_accents | spelling_case | spelling_plus;
 
 constexpr uint32_t spelling_path_size = 4096;
+constexpr uint32_t spelling_length_unknown = 0xFFFFFFFF;
 
 struct SpellingResult {
-    bool is_known;            // false where the bound on the work is reached: the rest means nothing then
+    bool is_known;            // false where the bound on the work or memory is reached
     bool is_found;            // a file is there under another spelling
     uint32_t differences;     // what differs, where it is found
-    uint32_t existing_length; // how many bytes of the path as it stands lead to a directory; 0 for none
+    uint32_t existing_length; // how many bytes of the path as it stands are there; 0 for none, or unknown
     char found[spelling_path_size];
 };
 

@@ -1,5 +1,6 @@
 // The summary of itunes-check for people.
 
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <initializer_list>
@@ -94,7 +95,8 @@ void print_existing_part(const TrackExample* example) {
         char path[import_path_size];
         snprintf(path, sizeof path, "%.*s", static_cast<int>(example->existing_length), example->path);
         print_escaped(stdout, path);
-        putchar('\n');
+        puts(access(path, X_OK) != 0 && errno == EACCES ? ",\n             which this user can not enter"
+                                                        : "");
     } else {
         puts("             nothing of this path is there");
     }
@@ -114,7 +116,7 @@ void print_tracks(const LibraryTally* tally) {
     const Reason reasons[] = {
         {TrackOutcome::missing, "the file is not there (playlists keep the path)"},
         {TrackOutcome::copy_protected, "protected (playlists leave them out)"},
-        {TrackOutcome::no_location, library_tally_layout(tally) == LibraryLayout::as_read
+        {TrackOutcome::no_location, tally->is_whole && library_tally_layout(tally) == LibraryLayout::as_read
                                         ? "no location, as in the cloud (playlists leave them out)"
                                         : "no location that can be read (playlists leave them out)"},
         {TrackOutcome::stream, "stream (playlists keep the address)"},
@@ -130,7 +132,8 @@ void print_tracks(const LibraryTally* tally) {
         for (uint32_t index = 0; index < tally->examples[outcome].count; ++index) {
             const TrackExample* example = &tally->examples[outcome].tracks[index];
             print_example(example);
-            if (reason.outcome == TrackOutcome::missing && !is_same_part(example, index)) {
+            if (reason.outcome == TrackOutcome::missing &&
+                example->existing_length != spelling_length_unknown && !is_same_part(example, index)) {
                 print_existing_part(example);
             }
         }
@@ -236,8 +239,9 @@ void print_link(const char* folder) {
 void print_repair(const LibraryTally* tally, const FolderGroup* group) {
     fputs("  If the files of ", stdout);
     print_escaped(stdout, group->folder);
-    puts("\n  are in DIR:");
-    if (group->folder[0] == '/') {
+    const bool is_absolute = group->folder[0] == '/';
+    puts(is_absolute ? "\n  are in DIR, one of these:" : "\n  are in DIR:");
+    if (is_absolute) {
         print_link(group->folder);
     }
     fputs("    itunes-prepare --map ", stdout);
@@ -258,7 +262,7 @@ void print_what_to_do(const LibraryTally* tally) {
         const FolderGroup* group = &table->groups[index];
         const bool is_rooted =
             group->folder[0] == '/' || (group->folder[0] != '\0' && group->folder[1] == ':');
-        if (group->existing == 0 && is_rooted && access(group->folder, F_OK) != 0) {
+        if (group->existing == 0 && is_rooted && access(group->folder, F_OK) != 0 && errno != EACCES) {
             absent[count++] = group;
         }
     }
@@ -274,6 +278,9 @@ void print_what_to_do(const LibraryTally* tally) {
     }
     for (uint32_t index = 0; index < count; ++index) {
         print_repair(tally, absent[index]);
+    }
+    if (count > 1) {
+        puts("  For more than one folder give each its --map in one itunes-prepare command.");
     }
 }
 
@@ -337,7 +344,7 @@ void print_left_out(const CheckedPlaylists* playlists) {
         {CheckedOutcome::not_writable, "the name is too long for a file"},
         {CheckedOutcome::not_listed, "not in the folder list"},
         {CheckedOutcome::nothing_to_play, "nothing to play"},
-        {CheckedOutcome::reserved_name, "one of the five names that are never exported"},
+        {CheckedOutcome::reserved_name, "with one of the five names that are never exported"},
         {CheckedOutcome::smart, "smart"},
         {CheckedOutcome::built_in, "built in"},
     };
@@ -352,8 +359,8 @@ void print_left_out(const CheckedPlaylists* playlists) {
 
 void print_signs(const CheckedPlaylists* playlists) {
     bool is_first = true;
-    for (const WplSign sign : {WplSign::ampersand, WplSign::less_than, WplSign::quote, WplSign::control,
-                               WplSign::encoding, WplSign::cut_short}) {
+    for (const WplSign sign : {WplSign::ampersand, WplSign::less_than, WplSign::quote, WplSign::section_end,
+                               WplSign::control, WplSign::encoding, WplSign::cut_short}) {
         const uint32_t count = count_playlists(playlists, CheckedOutcome::file, sign);
         if (count == 0) {
             continue;

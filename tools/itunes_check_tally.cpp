@@ -123,12 +123,12 @@ TrackExample* add_example(TrackExamples* examples, const TrackReport* report) {
 void explain_missing(LibraryTally* tally, const TrackReport* report, TrackExample* example) {
     static SpellingResult result;
     spelling_search(report->location, &result);
+    if (example != nullptr) {
+        example->existing_length = result.existing_length;
+    }
     if (!result.is_known) {
         ++tally->spelling_unknown;
         return;
-    }
-    if (example != nullptr) {
-        example->existing_length = result.existing_length;
     }
     if (result.is_found) {
         ++tally->respelled;
@@ -218,7 +218,7 @@ bool library_tally_fill(LibraryTally* tally, const char* directory) {
     checked_playlists_settle(&tally->playlists, import_run.temp_dir);
     char items_path[import_path_size];
     import_run_temp_items_path(items_path);
-    return count_records(items_path) == tally->tracks[static_cast<size_t>(TrackOutcome::record)] &&
+    return count_records(items_path, nullptr) == tally->tracks[static_cast<size_t>(TrackOutcome::record)] &&
            !tally->playlists.is_short;
 }
 

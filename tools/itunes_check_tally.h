@@ -18,7 +18,7 @@ struct TrackExample {
     char* path;
     char* found;              // under another spelling
     uint32_t differences;     // of that, as spelling_search says
-    uint32_t existing_length; // of a missing file: how much of its path exists
+    uint32_t existing_length; // of a missing file: how much of its path exists, as there
 };
 
 struct TrackExamples {

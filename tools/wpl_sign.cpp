@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <initializer_list>
 
@@ -29,6 +30,7 @@ struct WplReader {
     FILE* stream;
     int next;                    // the byte to come, EOF at the end
     uint32_t trail_bytes;        // still to come of the current character
+    uint32_t brackets;           // those that close, just before the byte to come, in text
     WplSign sign;                // the first found
     uint32_t depth;              // open elements
     uint64_t names[depth_limit]; // what their names hash to
@@ -53,13 +55,19 @@ bool is_name_byte(int byte) {
            byte == '_' || byte == '-' || byte == '.' || byte == ':' || byte >= 0x80;
 }
 
-/// Moves to the next byte and tests whether it may stand in UTF-8 text; overlong forms are let through.
+/// Whether a second byte makes an overlong form, a surrogate or more than U+10FFFF of its first one.
+bool is_out_of_range(int first, int second) {
+    return (first == 0xE0 && second < 0xA0) || (first == 0xED && second >= 0xA0) ||
+           (first == 0xF0 && second < 0x90) || (first == 0xF4 && second >= 0x90);
+}
+
+/// Moves to the next byte and tests whether it may stand in UTF-8 text.
 int take(WplReader* reader) {
     const int taken = reader->next;
     reader->next = getc_unlocked(reader->stream);
     const int byte = reader->next;
     const bool is_trail = byte >= 0x80 && byte < 0xC0;
-    if (is_trail != (reader->trail_bytes > 0)) {
+    if (is_trail != (reader->trail_bytes > 0) || (is_trail && is_out_of_range(taken, byte))) {
         set_sign(reader, WplSign::encoding);
     }
     if (is_trail) {
@@ -93,6 +101,12 @@ uint64_t take_name(WplReader* reader) {
     return hash;
 }
 
+/// Whether a document may refer to the character.
+bool is_character(unsigned long number) {
+    return number == '\t' || number == '\n' || number == '\r' || (number >= 0x20 && number < 0xD800) ||
+           (number >= 0xE000 && number < 0xFFFE) || (number >= 0x10000 && number < 0x110000);
+}
+
 /// Takes a reference, of which only the five names that need no declaration and numbers are good.
 void take_reference(WplReader* reader) {
     char name[name_size] = {};
@@ -109,7 +123,8 @@ void take_reference(WplReader* reader) {
         const bool is_hex = name[1] == 'x';
         const char* digits = name + (is_hex ? 2 : 1);
         const char* allowed = is_hex ? "0123456789abcdefABCDEF" : "0123456789";
-        is_known = digits[0] != '\0' && digits[strspn(digits, allowed)] == '\0';
+        is_known = digits[strspn(digits, allowed)] == '\0' &&
+                   is_character(strtoul(digits, nullptr, is_hex ? 16 : 10));
     }
     if (!is_known || reader->next != ';') {
         set_sign(reader, WplSign::ampersand);
@@ -160,6 +175,15 @@ void close_element(WplReader* reader, uint64_t name) {
     --reader->depth;
 }
 
+/// Takes a byte of text, where "]]>" may not stand.
+void take_text(WplReader* reader) {
+    if (reader->next == '>' && reader->brackets >= 2) {
+        set_sign(reader, WplSign::section_end);
+    }
+    reader->brackets = reader->next == ']' ? reader->brackets + 1 : 0;
+    (void)take(reader);
+}
+
 /// Takes a tag, from its '<' on. Inside the text of a title whatever goes wrong is the '<' that stands there;
 /// elsewhere the tag is the import's own, and only a quote in a value can break it.
 void take_tag(WplReader* reader) {
@@ -204,13 +228,12 @@ WplSign wpl_find_sign(const char* path) {
     reader.next = ' ';
     (void)take(&reader);
     while (is_good(&reader) && reader.next != EOF) {
-        if (reader.next == '<') {
-            take_tag(&reader);
-        } else if (reader.next == '&') {
-            take_reference(&reader);
-        } else {
-            (void)take(&reader);
+        if (reader.next != '<' && reader.next != '&') {
+            take_text(&reader);
+            continue;
         }
+        reader.brackets = 0;
+        reader.next == '<' ? take_tag(&reader) : take_reference(&reader);
     }
     if (reader.depth != 0) {
         set_sign(&reader, WplSign::cut_short);
@@ -225,6 +248,7 @@ const char* wpl_sign_text(WplSign sign) {
     case WplSign::ampersand: return "&";
     case WplSign::less_than: return "<";
     case WplSign::quote: return "\"";
+    case WplSign::section_end: return "]]>";
     case WplSign::control: return "a control character";
     case WplSign::encoding: return "bytes that are not UTF-8";
     case WplSign::cut_short: return "cut short";

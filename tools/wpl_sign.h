@@ -6,10 +6,11 @@ enum class WplSign {
     none, // well-formed
     ampersand,
     less_than,
-    quote,     // a double quote in a path
-    control,   // a control character
-    encoding,  // bytes that are not UTF-8
-    cut_short, // the file ends too early, or can not be read at all
+    quote,       // a double quote in a path
+    section_end, // ]]>
+    control,     // a control character
+    encoding,    // bytes that are not UTF-8
+    cut_short,   // the file ends too early, or can not be read at all
 };
 
 /// Reads the playlist file at `path` and returns the first sign by which it is not well-formed XML.
