@@ -5,8 +5,8 @@ include(CheckCXXCompilerFlag)
 include(CheckCXXSourceCompiles)
 
 if(ITUNES_IMPORT_HARDENED)
-  string(APPEND CMAKE_CXX_FLAGS " -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3 -fstack-protector-strong"
-    " -ffile-prefix-map=${CMAKE_SOURCE_DIR}/=")
+  string(APPEND CMAKE_CXX_FLAGS " -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3 -fstack-protector-strong")
+  add_compile_options("-ffile-prefix-map=${CMAKE_SOURCE_DIR}/=") # which quotes blanks in the path
   string(APPEND CMAKE_EXE_LINKER_FLAGS " -Wl,-z,relro,-z,now,-z,noexecstack")
   # Not every version of the compilers knows it for every target.
   check_cxx_compiler_flag(-fstack-clash-protection HAS_STACK_CLASH_PROTECTION)

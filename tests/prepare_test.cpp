@@ -128,7 +128,7 @@ TEST_F(Prepare, PathsArriveUnderTheSpellingOfTheDisk) {
     } rows[] = {
         {"file://localhost/old/Cafe%CC%81/a.mp3", "/Caf\u00e9/a.mp3"}, // decomposed
         {"file:///old/cAF%C3%89/A.MP3", "/Caf\u00e9/a.mp3"},           // in other case
-        {"file:///old/two/X.mp3", "/two/X.mp3"},                       // both x.MP3 and x.mp3 are there
+        {"file://nas//old/two/X.mp3", "/two/X.mp3"},                   // both x.MP3 and x.mp3 are there
         {"file:///old/Zoe%CC%88.mp3", "/Zo\u00eb.mp3"},                // in accents alone, which comes first
         {"file:///old/C%2B%2B%20100%25%2541.mp3", "/C&#43;&#43; 100&#37;%2541.mp3"},
         {"file:///old/localhost/%3C/string%3E%0A%E9", "/localhost/&#60;/string&#62;%0A%E9"},
@@ -162,6 +162,7 @@ TEST_F(Prepare, ADamagedLibraryIsLocatedAndLeavesTheOutputAsItWas) {
          "line 14, column 17"},
         {"<!DOCTYPE plist [<!ENTITY a \"b\">]><plist><dict/></plist>", "line 1, column 29"},
         {"<plist><dict/></plist>", "no list of tracks"},
+        {"<plist><!--" + std::string(9 << 18, ' '), "in.xml: line 1, column 8: a comment or tag of more"},
         {"<plist><dict><key>Tracks</key><key>b</key></dict></plist>", "line 1, column 36"},
     };
     for (const auto& [text, words] : rows) {
