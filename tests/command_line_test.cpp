@@ -105,7 +105,7 @@ TEST_F(CommandLine, OutputsThatFailEndNoRunAndSpoilNoFile) {
         playlists += playlist(std::to_string(index) + std::string(240, 'n'), std::to_string(index), {0});
     }
     lay_out(track(0, "l.xml"), playlists);
-    const std::string program = TEST_EMULATOR " " TEST_PROGRAM " -dbdir db -itunes-lib l.xml -logfile ";
+    const std::string program = TEST_EMULATOR " '" TEST_PROGRAM "' -dbdir db -itunes-lib l.xml -logfile ";
     // Valgrind writes files of its own, so it does not start within such a limit.
     const std::string limit = program.starts_with("valgrind") ? "" : "ulimit -f 0; ";
     for (const std::string& line :
