@@ -199,8 +199,7 @@ char* upnp_file_read_line(char* buffer, uint32_t size, UpnpFile* file) {
         return buffer;
     }
     const int64_t line_length = line_feed - buffer + 1;
-    // Signed before the subtraction: an unsigned distance would widen to a huge one where offsets have 64
-    // bits.
+    // Signed before the subtraction: an unsigned distance would become a huge offset.
     const int64_t offset = seek(file, line_length - int64_t{count});
     if (offset >= 0) {
         file->position = offset;

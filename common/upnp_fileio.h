@@ -83,6 +83,6 @@ int32_t upnp_file_mkdir(const char* path);
 int32_t upnp_dir_unlink(const char* path);
 
 /// Makes the directory `path` with every missing directory above it; what exists is accepted untested, and a
-/// drive prefix such as C:/ is skipped. Returns 0, or -1 for a null path and when a directory cannot be made
-/// (logged twice, the second line at level 3).
+/// drive prefix such as C:/ is skipped. Returns 0, or -1 for a null path, without memory and when a directory
+/// cannot be made (logged twice, the second line at level 3).
 int32_t upnp_file_create_path(const char* path);

@@ -24,13 +24,13 @@ char log_path[path_size];        // empty while no log file has been opened
 
 std::atomic<uint32_t> log_mask = 0;
 
-// Held while LogCriticalSection is created, entered or destroyed, so that none is destroyed that another thread
-// waits for; is there all the time itself.
+// Held while LogCriticalSection is created, entered or destroyed, so that none is destroyed for which another
+// thread waits; is there all the time itself.
 constinit upnp_mutex_t log_life = {PTHREAD_MUTEX_INITIALIZER, {}, 0};
 bool log_initialised = false; // guarded by log_life
 
-/// Enters LogCriticalSection if logging is on. Its owner, whose failing write logs itself, enters again at once
-/// and does not wait for log_life: the thread that has it may be waiting for this one to leave.
+/// Enters LogCriticalSection if logging is on, and returns whether it is. The owner, whose failing write logs
+/// itself, enters again without log_life: the thread that holds that may be waiting for it to leave.
 bool enter_section() {
     if (LogCriticalSection.owner.load(std::memory_order_relaxed) == pthread_self()) {
         upnp_mutex_lock(&LogCriticalSection);

@@ -20,7 +20,6 @@ bool grow(upnp_string_t* buffer, uint64_t needed) {
     if (data == nullptr) {
         return false;
     }
-    data[0] = '\0';
     if (buffer->data != nullptr) {
         memcpy(data, buffer->data, size_t{buffer->length} + 1);
     }

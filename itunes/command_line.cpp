@@ -32,8 +32,7 @@ CommandLineResult import_scan_command_line(int argc, char* const* argv, ImportOp
         return CommandLineResult::unusable;
     }
     (void)upnp_log_init(nullptr); // console mode cannot fail
-    // One argument at a time: a value is looked at as an option too, which it never is, as none begins with
-    // '-'.
+    // One argument at a time: a value is looked at as an option too, but begins with no '-' and so is none.
     for (int index = 1; index + 1 < argc; ++index) {
         const char* option = argv[index];
         const char* value = argv[index + 1];
@@ -66,8 +65,7 @@ void import_print_usage(const char* program_name) {
            "-noclean All existing iTunes playlists in the <PLAYLIST STORAGE DIRECTORY> are kept.\n"
            "-base the content base directory of Zembramedia\n"
            "-itunes-lib The iTunes library file to parse. If omitted, the plugin will try to autodetect the "
-           "iTunes "
-           "library file.\n"
+           "iTunes library file.\n"
            "-logfile file used for logging.\n",
            program_name == nullptr ? "" : program_name);
 }

@@ -22,7 +22,6 @@ PlaylistFolder* parent_of(PlaylistFolder* folder) {
 PlaylistFolder* climb(PlaylistFolder* folder) {
     const uint32_t number = ++path_count;
     folder->last_path = number;
-    folder->below = nullptr;
     PlaylistFolder* parent = parent_of(folder);
     while (parent != nullptr && parent->last_path != number) {
         parent->last_path = number;
@@ -33,8 +32,8 @@ PlaylistFolder* climb(PlaylistFolder* folder) {
     return folder;
 }
 
-/// Cuts entries without a name off the lower end of a chain: an empty name there takes no slash either.
-void drop_nameless_end(PlaylistFolder* lowest, const PlaylistFolder* top) {
+/// Ends a chain at its lowest entry with a name: an empty name below it takes no slash either.
+void end_chain(PlaylistFolder* lowest, const PlaylistFolder* top) {
     while (lowest != top && (lowest->name == nullptr || lowest->name[0] == '\0')) {
         lowest = lowest->parent;
     }
@@ -68,7 +67,7 @@ void itunes_folder_path(char* path, char* persistent_id) {
         return;
     }
     const PlaylistFolder* top = climb(folder);
-    drop_nameless_end(folder, top);
+    end_chain(folder, top);
     join_names(path, top);
     const char* last_id =
         top->parent_persistent_id != nullptr ? top->parent_persistent_id : top->persistent_id;

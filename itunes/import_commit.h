@@ -11,8 +11,9 @@
 /// its stead and under its name. The two directories must differ.
 void import_move_files(const char* pattern, const char* source_directory, const char* destination_directory);
 
-/// Copies the path under which import_move_files looks for the entry at `path` to `buffer` of `size` bytes, cut
-/// to fit: every "%%" read as one '%' and all else as it stands. An entry for which it differs stays.
+/// Copies the path under which import_move_files looks for the entry at `path` to `buffer` of `size` bytes,
+/// cut to fit: every "%%" read as one '%' and all else as it stands. An entry for which it differs stays.
+/// Nothing for a null argument or a size of 0.
 void import_move_source(char* buffer, uint32_t size, const char* path);
 
 /// Deletes iTunes' temporary files beside the library: the entries of its directory whose names begin with

@@ -19,8 +19,7 @@ void import_into_temp_dir() {
     UpnpFile* items = upnp_file_open_write(temp_items_path);
     if (items != nullptr) {
         itunes_read_library(import_run.library_path, items);
-        upnp_file_sync(
-            items); // the commit unlinks the last run's file: this one has to be on the disk by then
+        upnp_file_sync(items); // before the commit unlinks the file of the last run
         upnp_file_close(items);
     }
 }

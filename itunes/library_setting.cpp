@@ -22,8 +22,8 @@ void import_write_library_setting(const char* path) {
     UpnpFile* file = upnp_file_open_write(path);
     if (file != nullptr) {
         const int32_t length = upnp_format(line, sizeof line, "ituneslib=%s\n", "");
-        (void)upnp_file_write(file, line,
-                              static_cast<uint32_t>(length)); // a failure is logged by the file layer
+        // A failure is logged by the file layer.
+        (void)upnp_file_write(file, line, static_cast<uint32_t>(length));
         upnp_file_close(file);
     } else {
         printf("iTunes-import: could not open file %s for writing\n", path);

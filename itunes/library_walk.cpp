@@ -57,10 +57,10 @@ bool keeps_out_of_list(const char* line) {
 
 /// Takes what a line tells of a playlist or folder; of several keys on the line the first one here wins.
 void scan_folder_line(FolderScan* scan, char* line) {
-    const bool has_id = scan->persistent_id != nullptr || scan->parent_persistent_id != nullptr;
     if (!itunes_line_holds(line, "<key>")) {
         return; // most lines of a playlist's items
     }
+    const bool has_id = scan->persistent_id != nullptr || scan->parent_persistent_id != nullptr;
     if (keeps_out_of_list(line)) {
         discard_texts(scan);
     } else if (itunes_line_holds(line, "<key>Name</key>")) {

@@ -6,6 +6,5 @@
 
 /// Reads the library at `library_path`, appends its tracks to `items` (null: none are written) and writes its
 /// playlists into the run's temporary directory. Frees the track and folder lists at its end. For a null or
-/// empty path and where the library cannot be opened it does nothing at all, and leaves the lists as they are
-/// too.
+/// empty path and where the library cannot be opened it does nothing; the lists too stay as they are.
 void itunes_read_library(const char* library_path, UpnpFile* items);

@@ -7,7 +7,7 @@
 #include "common/upnp_fileio.h"
 
 /// Writes the path "<directory>/iTunes-playlist-<name>##<type>.wpl" to `path`, a buffer of import_path_size
-/// bytes, with the characters of name and type replaced. The empty text for a null argument but the path.
+/// bytes, with the characters of name and type replaced: the empty text where another argument is null.
 void itunes_playlist_file_path(char* path, const char* directory, const char* type, const char* name);
 
 /// Creates the file "iTunes-playlist-<name>##<type>.wpl" in `directory`, in place of one of that name, and

@@ -92,9 +92,9 @@ void begin_tally(PlaylistState* state, bool has_name) {
 
 /// Notes why a playlist is not exported: the first key says it, a name only where no key does.
 void tally_exclusion(PlaylistTally* tally, PlaylistOutcome outcome) {
-    const bool is_open = tally->outcome == PlaylistOutcome::reserved_name ||
-                         tally->outcome == PlaylistOutcome::nothing_to_play;
-    if (is_open && tally->items == 0 && !tally->is_over) {
+    const bool is_undecided = tally->outcome == PlaylistOutcome::reserved_name ||
+                              tally->outcome == PlaylistOutcome::nothing_to_play;
+    if (is_undecided && tally->items == 0 && !tally->is_over) {
         tally->outcome = outcome;
     }
 }
@@ -115,14 +115,11 @@ void tally_file(PlaylistState* state) {
     }
 }
 
-void close_output(PlaylistState* state) {
-    if (state->output != nullptr) {
-        (void)upnp_wpl_write_footer(state->output); // a failed write is logged by the file layer
-        // The move unlinks an earlier file: this one has to be on the disk by then.
-        upnp_file_sync(state->output);
-        upnp_file_close(state->output);
-        state->output = nullptr;
-    }
+/// Ends a playlist's file; each step ignores null.
+void close_output(UpnpFile* output) {
+    (void)upnp_wpl_write_footer(output); // a failed write is logged by the file layer
+    upnp_file_sync(output);              // before the move unlinks an earlier file of its name
+    upnp_file_close(output);
 }
 
 /// Begins the file of the current playlist, whose first playable track is at `path`.
@@ -131,7 +128,7 @@ void open_output(PlaylistState* state, const char* path) {
         state->type = video_type;
     }
     itunes_folder_path(state->name, state->persistent_id);
-    close_output(state);
+    close_output(state->output);
     state->output = itunes_playlist_file_open(import_run.temp_dir, 0, state->type, state->name, 0);
     tally_file(state);
     state->type = music_type;
@@ -200,6 +197,6 @@ void itunes_playlist_export(UpnpFile* library) {
             read_line(&state, scanner.line);
         }
     }
-    close_output(&state);
+    close_output(state.output);
     report_playlist(&state.tally);
 }

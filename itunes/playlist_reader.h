@@ -1,6 +1,5 @@
 #pragma once
-// Reads the Playlists section of the library and writes a WPL file for each playlist that has a track to
-// play.
+// Reads the Playlists section of the library and writes a WPL file for each playlist with a track to play.
 
 #include "common/upnp_fileio.h"
 

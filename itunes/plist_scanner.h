@@ -24,7 +24,8 @@ struct PlistScanner {
 
 /// Reads the next line into scanner->line. Returns false at the end of the library: where its position has
 /// reached the size it had when it was opened, or where a row of reads moves nothing (a directory, a file
-/// that shrinks while it is read). A line that could not be read comes as an empty one and is tried again.
+/// that shrinks while it is read), and for null. A line that could not be read comes as an empty one and is
+/// tried again.
 [[nodiscard]] bool itunes_next_line(PlistScanner* scanner);
 
 /// Opens the library for reading. Null where it cannot be opened, and for a FIFO, whose opening would wait

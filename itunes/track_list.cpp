@@ -6,8 +6,8 @@ namespace {
 
 constexpr uint32_t entries_in_block = 256;
 
-/// Entries are allocated side by side. Where they came in rising order, as in every library that iTunes wrote, a
-/// block holds a stretch of the list, and a look-up steps over whole blocks by their first id: with tens of
+/// Entries are allocated side by side. Where they came in rising order, as in all that iTunes writes, a block
+/// holds a stretch of the list, and a look-up steps over whole blocks by their first id: with tens of
 /// thousands of tracks the walks would otherwise be what an import does most beside its system calls.
 struct TrackBlock {
     TrackBlock* next; // filled before this one

@@ -198,8 +198,7 @@ constexpr TrackKey track_keys[] = {
 
 constexpr std::string_view key_tag = "<key>";
 
-/// Every literal begins with "<key>" and none begins another: the first match at a place is the only one
-/// there.
+/// Every literal begins with "<key>" and none begins another: a place in a line matches one row at most.
 consteval bool key_table_is_sound() {
     for (const TrackKey& key : track_keys) {
         for (const TrackKey& other : track_keys) {

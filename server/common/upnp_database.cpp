@@ -35,7 +35,7 @@ void free_value(MediaProperty* property) {
     }
 }
 
-/// Overwrites a rating outside 0 to 5 with the nearer limit. The text is not empty, so one digit fits.
+/// Overwrites a rating outside 0 to 5 with the nearer limit: one digit, for which such a text has room.
 void clamp_rating(char* value) {
     const int32_t rating = upnp_parse_int32(value);
     if (rating < 0 || rating > rating_max) {
@@ -133,7 +133,7 @@ MediaObject* upnp_database_object_set_property(MediaObject* object, int16_t id, 
     if (value == nullptr) {
         return object;
     }
-    if (id == upnp_property_rating && value[0] != '\0') {
+    if (id == upnp_property_rating) {
         clamp_rating(value);
     }
     MediaProperty* property = find_property(object, id);
