@@ -65,10 +65,11 @@ TEST_F(CommandLine, TheBaseGoesInFrontUnlessItIsEmpty) {
 TEST_F(CommandLine, PathsAreCutAtTheirBuffers) {
     const std::string path(1020, 'p');
     const std::string library = "1234" + path;
-    for (const auto& [base, database] : {std::pair("", path), std::pair("base", "base/" + path)}) {
-        import_run_resolve({path.c_str(), nullptr, base, library.c_str()});
+    for (const auto& [base, dbdir] : {std::pair("", path), std::pair("base", path), std::pair("", library)}) {
+        const std::string database = ((*base == '\0' ? "" : "base/") + dbdir).substr(0, 1023);
+        import_run_resolve({dbdir.c_str(), nullptr, base, library.c_str()});
         EXPECT_EQ(import_run.library_path, library.substr(0, 1023));
-        EXPECT_EQ(import_run.database_path, database.substr(0, 1023));
+        EXPECT_EQ(import_run.database_path, database);
         EXPECT_STREQ(import_run.playlist_dir, import_run.database_path);
         EXPECT_EQ(import_run.temp_dir, (database + "/it").substr(0, 1023));
     }
