@@ -18,8 +18,7 @@ struct TrackBlock {
 struct {
     TrackPath* first; // sorted by ascending id
     TrackPath* last;
-    TrackBlock* blocks;   // all memory of the entries, the newest block first
-    bool is_out_of_order; // some entry was not added at the end: blocks say nothing of the list then
+    TrackBlock* blocks; // all memory of the entries, the newest block first
 } TrackPathList;
 
 /// Returns room for one more entry, or null without memory.
@@ -36,9 +35,9 @@ TrackPath* new_entry() {
     return &TrackPathList.blocks->entries[TrackPathList.blocks->used++];
 }
 
-/// Where a walk to `track_id` starts: no entry of that id or a greater one stands before it.
+/// Where a walk to `track_id` starts: at an entry with a lesser id, if a block begins with one.
 const TrackPath* walk_start(int32_t track_id) {
-    const TrackBlock* block = TrackPathList.is_out_of_order ? nullptr : TrackPathList.blocks;
+    const TrackBlock* block = TrackPathList.blocks;
     while (block != nullptr && block->entries[0].track_id >= track_id) {
         block = block->next;
     }
@@ -61,8 +60,6 @@ void itunes_track_list_add(const char* location, const char* title, int32_t trac
     *link = entry;
     if (entry->next == nullptr) {
         TrackPathList.last = entry;
-    } else {
-        TrackPathList.is_out_of_order = true;
     }
 }
 
