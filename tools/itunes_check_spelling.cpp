@@ -222,6 +222,20 @@ void list_level(Level* level) {
               [](const ListedName& one, const ListedName& other) { return one.hash < other.hash; });
 }
 
+/// Puts a name behind the first bytes of search.real, which are a directory; false where it does not fit.
+bool append_name(uint32_t directory_length, const char* name, size_t length) {
+    if (directory_length + length + 2 > sizeof search.real) {
+        return false;
+    }
+    char* end = search.real + directory_length;
+    if (directory_length > 0 && end[-1] != '/') {
+        *end++ = '/';
+    }
+    memcpy(end, name, length);
+    end[length] = '\0';
+    return true;
+}
+
 /// Finds a name of the directory that is spelled otherwise, and puts it behind the directory's path.
 bool find_other_spelling(Level* level, const char* name, size_t length, uint32_t* differences) {
     list_level(level);
@@ -231,37 +245,19 @@ bool find_other_spelling(Level* level, const char* name, size_t length, uint32_t
     const ListedName* end = first + listing->count;
     const ListedName* found = std::lower_bound(
         first, end, wanted, [](const ListedName& one, uint64_t hash) { return one.hash < hash; });
-    if (listing->texts == nullptr || found == end || found->hash != wanted) {
-        return false;
+    for (; listing->texts != nullptr && found != end && found->hash == wanted; ++found) {
+        const char* text = listing->texts + found->offset;
+        if (append_name(level->real_length, text, strlen(text)) && exists()) { // no link that leads nowhere
+            *differences |= differences_of(name, length, text);
+            return true;
+        }
     }
-    const char* text = listing->texts + found->offset;
-    const size_t text_length = strlen(text);
-    if (level->real_length + text_length + 2 > sizeof search.real) {
-        return false;
-    }
-    *differences |= differences_of(name, length, text);
-    char* place = search.real + level->real_length;
-    if (place != search.real && place[-1] != '/') {
-        *place++ = '/';
-    }
-    memcpy(place, text, text_length + 1);
-    return true;
+    return false;
 }
 
 /// Goes to a name in a directory as it is spelled, or else as it is found; search.real then leads there.
 bool find_name(Level* level, const char* name, size_t length, uint32_t* differences) {
-    char* end = search.real + level->real_length;
-    *end = '\0';
-    if (level->real_length + length + 2 > sizeof search.real) {
-        return false;
-    }
-    const bool needs_separator = end != search.real && end[-1] != '/';
-    if (needs_separator) {
-        *end++ = '/';
-    }
-    memcpy(end, name, length);
-    end[length] = '\0';
-    if (exists()) {
+    if (append_name(level->real_length, name, length) && exists()) {
         return true;
     }
     search.real[level->real_length] = '\0';
