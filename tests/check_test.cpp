@@ -124,7 +124,8 @@ TEST_F(Check, TellsHowTheLibraryIsLaidOut) {
           version + number("Track ID", "1") +
               "</dict>\n<key>Playlists</key><key>Name</key><key>Year</key>\n" + end,
           "<key>Artist</key><key>Album</key>" + named("all on one line") + end, version + end + " \t\r\n",
-          version + nowhere(1, "") + "/plist>", version + end + "x", version);
+          version + nowhere(1, "") + "/plist>", version + end + "x", version + end + std::string(1, '\0'),
+          version);
     for (size_t blanks : {4087, 4088, 4089, 4095, 4096, 4097}) { // around the size of a block that is read
         check(version + end + std::string(blanks, '\n'));
     }

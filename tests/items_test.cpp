@@ -35,10 +35,11 @@ TEST_F(Items, PrintsAndCountsRecords) {
     const std::string limits =
         "\xE0\xA0\x80\xED\x9F\xBF\xF0\x90\x80\x80\xF4\x8F\xBF\xBF\xC2\xA0\xC2\x80\xC2\xBF";
     print("", blue, marker + "CF00244\n03006object\n" + entry("01", blue) + blue.substr(5) + marker,
-          marker + "CC003abc\n210042005\n200017\nD0001x\n" + entry("39", "a\x1b[2J\\\"\n\r\t\x7f\x1f ") +
-              entry("24", "\xC3\xA9\xFF\xC3"),
-          marker + entry("14", "\xC1\xBF\xE0\x9F\xED\xA0\xF0\x8F\xF4\x90\xF5\xE2\x82\xF0\x9F\x8E" + limits +
-                                   "\xC2\x9F"),
+          marker + "CC003abc\n210042005\n200017\nD0001x\nFF001y\n" +
+              entry("39", "a\x1b[2J\\\"\n\r\t\x7f\x1f ") + entry("24", "\xC3\xA9\xFF\xC3"),
+          marker +
+              entry("14", "\xC1\xBF\xE0\x9F\xED\xA0\xF0\x8F\xF4\x90\xF5\x80\x80\x80\xE2\x82\xF0\x9F\x8E" +
+                              limits + "\xC2\x9F"),
           marker + entry("14", std::string(4095, 'v')) + entry("16", std::string(4095, 'v')), classes);
     expect_said("items.txt");
 }
