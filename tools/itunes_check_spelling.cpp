@@ -245,7 +245,7 @@ bool find_other_spelling(Level* level, const char* name, size_t length, uint32_t
     const ListedName* end = first + listing->count;
     const ListedName* found = std::lower_bound(
         first, end, wanted, [](const ListedName& one, uint64_t hash) { return one.hash < hash; });
-    for (; listing->texts != nullptr && found != end && found->hash == wanted; ++found) {
+    for (; found != end && found->hash == wanted; ++found) {
         const char* text = listing->texts + found->offset;
         if (append_name(level->real_length, text, strlen(text)) && exists()) { // no link that leads nowhere
             *differences |= differences_of(name, length, text);
