@@ -49,7 +49,7 @@ bool read_more(RecordReader* reader) {
     return count > 0;
 }
 
-uint64_t count_all(RecordReader* reader, bool* is_damaged) {
+RecordCount count_all(RecordReader* reader) {
     uint64_t records = 0;
     for (;;) {
         const UpnpRecordEnd end =
@@ -60,39 +60,37 @@ uint64_t count_all(RecordReader* reader, bool* is_damaged) {
             ++records;
         } else if (!goes_on || !read_more(reader)) {
             const bool is_whole = reader->at_end && end.kind == UpnpRecordEndKind::data_end;
-            *is_damaged = !is_whole;
-            return records + (is_whole && end.length > 0 ? 1 : 0);
+            return {records + (is_whole && end.length > 0 ? 1 : 0), !is_whole};
         }
     }
 }
 
-uint64_t count_open(int descriptor, bool* is_damaged) {
+RecordCount count_open(int descriptor) {
     RecordReader reader = {descriptor, static_cast<char*>(upnp_malloc(first_capacity)), first_capacity, 0, 0,
                            false};
     if (reader.data == nullptr) {
-        return 0;
+        return {};
     }
-    const uint64_t records = count_all(&reader, is_damaged);
+    const RecordCount count = count_all(&reader);
     upnp_free(reader.data);
-    return records;
+    return count;
 }
 
 } // namespace
 
-uint64_t count_records(const char* path, bool* is_damaged) {
-    bool unasked = false;
+RecordCount count_records(const char* path) {
     struct stat status = {};
     if (stat(path, &status) != 0 && errno == ENOENT) {
-        return 0;
+        return {};
     }
     const int descriptor = S_ISREG(status.st_mode) ? open(path, O_RDONLY | O_CLOEXEC) : -1;
     if (descriptor < 0) {
         fputs("itunes-check: ", stderr);
         print_escaped(stderr, path);
         fputs(": can not be read; there is nothing to compare with\n", stderr);
-        return 0;
+        return {};
     }
-    const uint64_t records = count_open(descriptor, is_damaged == nullptr ? &unasked : is_damaged);
+    const RecordCount count = count_open(descriptor);
     (void)close(descriptor);
-    return records;
+    return count;
 }

@@ -195,9 +195,9 @@ int check_library(const char* directory, void* context) {
     LibraryTally* tally = check->tally;
     ItemsComparison items = {options->items_path, 0};
     if (items.path != nullptr) {
-        bool is_damaged = false;
-        items.records = count_records(items.path, &is_damaged);
-        if (is_damaged) {
+        const RecordCount present = count_records(items.path);
+        items.records = present.records;
+        if (present.is_damaged) {
             begin_line(items.path);
             fprintf(stderr, "damaged or no items file; whole records: %llu\n",
                     static_cast<unsigned long long>(items.records));

@@ -218,7 +218,7 @@ bool library_tally_fill(LibraryTally* tally, const char* directory) {
     checked_playlists_settle(&tally->playlists, import_run.temp_dir);
     char items_path[import_path_size];
     import_run_temp_items_path(items_path);
-    return count_records(items_path, nullptr) == tally->tracks[static_cast<size_t>(TrackOutcome::record)] &&
+    return count_records(items_path).records == tally->tracks[static_cast<size_t>(TrackOutcome::record)] &&
            !tally->playlists.is_short;
 }
 

@@ -18,10 +18,7 @@ uint32_t character_length(const char* text) {
     if (lead < 0xC2 || lead > 0xF4) {
         return 0;
     }
-    // Narrower for the second byte where it would make an overlong form, a surrogate or more than U+10FFFF.
-    const unsigned lowest = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
-    const unsigned highest = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
-    if (bytes[1] < lowest || bytes[1] > highest) {
+    if (!is_second_byte(lead, bytes[1])) {
         return 0;
     }
     const uint32_t length = 2U + (lead >= 0xE0 ? 1U : 0U) + (lead >= 0xF0 ? 1U : 0U);
@@ -53,6 +50,12 @@ void print_json_escape(FILE* stream, const char* text, uint32_t length) {
 }
 
 } // namespace
+
+bool is_second_byte(unsigned lead, unsigned second) {
+    const unsigned lowest = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
+    const unsigned highest = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
+    return second >= lowest && second <= highest;
+}
 
 void print_escaped(FILE* stream, const char* text) {
     if (stream == nullptr || text == nullptr) {

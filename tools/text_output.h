@@ -4,6 +4,10 @@
 
 #include <cstdio>
 
+/// Whether UTF-8 may have the byte `second` behind the byte `lead`, which begins a character: narrower where it
+/// would make an overlong form, a surrogate or more than U+10FFFF.
+[[nodiscard]] bool is_second_byte(unsigned lead, unsigned second);
+
 /// Prints the text for people: each byte below 0x20, and 0x7F, as \xNN with two upper-case hexadecimal digits
 /// and a backslash as \\, so that no text acts on a terminal or begins a line, and the bytes can be had back.
 /// All other bytes are printed as they are. Null prints nothing.

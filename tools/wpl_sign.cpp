@@ -6,6 +6,8 @@
 #include <cstring>
 #include <initializer_list>
 
+#include "tools/text_output.h"
+
 namespace {
 
 constexpr uint32_t depth_limit = 64; // elements inside one another; the import writes five
@@ -55,19 +57,14 @@ bool is_name_byte(int byte) {
            byte == '_' || byte == '-' || byte == '.' || byte == ':' || byte >= 0x80;
 }
 
-/// Whether a second byte makes an overlong form, a surrogate or more than U+10FFFF of its first one.
-bool is_out_of_range(int first, int second) {
-    return (first == 0xE0 && second < 0xA0) || (first == 0xED && second >= 0xA0) ||
-           (first == 0xF0 && second < 0x90) || (first == 0xF4 && second >= 0x90);
-}
-
 /// Moves to the next byte and tests whether it may stand in UTF-8 text.
 int take(WplReader* reader) {
     const int taken = reader->next;
     reader->next = getc_unlocked(reader->stream);
     const int byte = reader->next;
     const bool is_trail = byte >= 0x80 && byte < 0xC0;
-    if (is_trail != (reader->trail_bytes > 0) || (is_trail && is_out_of_range(taken, byte))) {
+    if (is_trail != (reader->trail_bytes > 0) ||
+        (is_trail && !is_second_byte(static_cast<unsigned>(taken), static_cast<unsigned>(byte)))) {
         set_sign(reader, WplSign::encoding);
     }
     if (is_trail) {
