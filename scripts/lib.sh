@@ -57,4 +57,4 @@ need_packages() {
 }
 
 # What every build needs.
-build_packages=(cmake g++ ninja-build)
+build_packages=(cmake g++ libexpat1-dev libutf8proc-dev ninja-build)

@@ -15,8 +15,8 @@ compare() { # PAGE, with the usage text as standard input
 { sed -nE 's/^(-[a-z-]+) .*/\1/p' tests/golden/usage.txt && echo -init; } | compare itunes-import
 "$2" --help | compare itunes-items
 "$3" --help | compare itunes-check
-tools/itunes-import-night --help | compare itunes-import-night
+tools/itunes-import-night/itunes-import-night --help | compare itunes-import-night
 if command -v python3 >/dev/null; then
-  tools/itunes-prepare --help | compare itunes-prepare
+  tools/itunes-prepare/itunes-prepare --help | compare itunes-prepare
 fi
 exit $status

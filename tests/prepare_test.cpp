@@ -16,7 +16,7 @@ protected:
         }
     }
     RunResult prepare(std::vector<std::string> arguments) {
-        arguments.insert(arguments.begin(), source_path("tools/itunes-prepare"));
+        arguments.insert(arguments.begin(), source_path("tools/itunes-prepare/itunes-prepare"));
         return run_program(python, arguments);
     }
     TempDir folder;

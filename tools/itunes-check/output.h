@@ -2,7 +2,7 @@
 // What itunes-check prints on standard output: lines for programs, objects for programs, a summary for
 // people.
 
-#include "tools/itunes_check_tally.h"
+#include "tools/itunes-check/tally.h"
 
 /// The present items file, with which the check was asked to compare.
 struct ItemsComparison {

@@ -13,11 +13,11 @@
 #include "common/upnp_memory.h"
 #include "common/upnp_text.h"
 #include "itunes/import_run.h"
-#include "tools/count_records.h"
-#include "tools/itunes_check_output.h"
-#include "tools/itunes_check_scratch.h"
-#include "tools/itunes_check_tally.h"
-#include "tools/text_output.h"
+#include "tools/shared/count_records.h"
+#include "tools/itunes-check/output.h"
+#include "tools/itunes-check/scratch.h"
+#include "tools/itunes-check/tally.h"
+#include "tools/shared/text_output.h"
 
 namespace {
 

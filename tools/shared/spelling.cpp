@@ -1,4 +1,4 @@
-#include "tools/itunes_check_spelling.h"
+#include "tools/shared/spelling.h"
 
 #include <algorithm>
 #include <cstring>
@@ -8,7 +8,7 @@
 #include <sys/stat.h>
 
 #include "common/upnp_memory.h"
-#include "tools/canonical_decomposition.h"
+#include "tools/shared/canonical_decomposition.h"
 
 namespace {
 

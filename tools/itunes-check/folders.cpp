@@ -1,4 +1,4 @@
-#include "tools/itunes_check_folders.h"
+#include "tools/itunes-check/folders.h"
 
 #include <algorithm>
 #include <cstring>

@@ -5,8 +5,8 @@
 #include <cstdint>
 
 #include "itunes/import_observer.h"
-#include "tools/itunes_check_folders.h"
-#include "tools/itunes_check_playlists.h"
+#include "tools/itunes-check/folders.h"
+#include "tools/itunes-check/playlists.h"
 
 constexpr uint32_t track_outcome_count = 5;
 constexpr uint32_t example_limit = 5;

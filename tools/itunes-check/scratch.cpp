@@ -1,4 +1,4 @@
-#include "tools/itunes_check_scratch.h"
+#include "tools/itunes-check/scratch.h"
 
 #include <cerrno>
 #include <csignal>

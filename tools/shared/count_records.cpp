@@ -1,4 +1,4 @@
-#include "tools/count_records.h"
+#include "tools/shared/count_records.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -9,7 +9,7 @@
 
 #include "common/upnp_memory.h"
 #include "server/common/upnp_items.h"
-#include "tools/text_output.h"
+#include "tools/shared/text_output.h"
 
 namespace {
 

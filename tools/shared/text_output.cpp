@@ -1,4 +1,4 @@
-#include "tools/text_output.h"
+#include "tools/shared/text_output.h"
 
 #include <cerrno>
 #include <cstdint>

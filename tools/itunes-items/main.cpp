@@ -13,7 +13,7 @@
 #include "server/common/upnp_class.h"
 #include "server/common/upnp_items.h"
 #include "server/common/upnp_property.h"
-#include "tools/text_output.h"
+#include "tools/shared/text_output.h"
 
 namespace {
 

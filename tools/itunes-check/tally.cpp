@@ -1,4 +1,4 @@
-#include "tools/itunes_check_tally.h"
+#include "tools/itunes-check/tally.h"
 
 #include <cstdio>
 #include <cstring>
@@ -11,8 +11,8 @@
 #include "itunes/import_workspace.h"
 #include "itunes/plist_scanner.h"
 #include "itunes/track_reader.h"
-#include "tools/count_records.h"
-#include "tools/itunes_check_spelling.h"
+#include "tools/shared/count_records.h"
+#include "tools/shared/spelling.h"
 
 namespace {
 

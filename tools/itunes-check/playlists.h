@@ -5,7 +5,7 @@
 #include <cstdint>
 
 #include "itunes/import_observer.h"
-#include "tools/wpl_sign.h"
+#include "tools/itunes-check/wpl_sign.h"
 
 enum class CheckedOutcome : uint8_t {
     file,

@@ -8,9 +8,9 @@
 
 #include "common/upnp_text.h"
 #include "itunes/import_run.h"
-#include "tools/itunes_check_output.h"
-#include "tools/itunes_check_spelling.h"
-#include "tools/text_output.h"
+#include "tools/itunes-check/output.h"
+#include "tools/shared/spelling.h"
+#include "tools/shared/text_output.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "tools/wpl_sign.h"
+#include "tools/itunes-check/wpl_sign.h"
 
 #include <cstdint>
 #include <cstdio>
@@ -6,7 +6,7 @@
 #include <cstring>
 #include <initializer_list>
 
-#include "tools/text_output.h"
+#include "tools/shared/text_output.h"
 
 namespace {
 

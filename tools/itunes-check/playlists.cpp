@@ -1,4 +1,4 @@
-#include "tools/itunes_check_playlists.h"
+#include "tools/itunes-check/playlists.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,9 +1,9 @@
-#include "tools/itunes_check_output.h"
+#include "tools/itunes-check/output.h"
 
 #include <cstdio>
 
 #include "itunes/import_run.h"
-#include "tools/text_output.h"
+#include "tools/shared/text_output.h"
 
 namespace {
 
