@@ -1,0 +1,43 @@
+#pragma once
+// The names in a directory, one after the other, in whatever order the file system has them.
+//
+//     DirectoryStream entries(path);
+//     while (const dirent* entry = entries.next()) { ... }
+//     if (entries.error() != 0) { ... }
+
+#include <cerrno>
+#include <cstring>
+#include <dirent.h>
+
+class DirectoryStream {
+public:
+    explicit DirectoryStream(const char* path) : stream_(opendir(path)), error_(stream_ ? 0 : errno) {}
+    ~DirectoryStream() {
+        if (stream_ != nullptr) {
+            (void)closedir(stream_);
+        }
+    }
+    DirectoryStream(const DirectoryStream&) = delete;
+    DirectoryStream& operator=(const DirectoryStream&) = delete;
+
+    /// The next entry, which stays until the call after it; the directory itself and the one above are left
+    /// out. Null at the end and after an error.
+    [[nodiscard]] const dirent* next() {
+        while (stream_ != nullptr && error_ == 0) {
+            errno = 0;
+            const dirent* entry = readdir(stream_); // NOLINT(concurrency-mt-unsafe): the stream is our own
+            error_ = entry == nullptr ? errno : 0;
+            if (entry == nullptr || (strcmp(entry->d_name, ".") != 0 && strcmp(entry->d_name, "..") != 0)) {
+                return entry;
+            }
+        }
+        return nullptr;
+    }
+
+    /// The error number of what failed, opening or reading; 0 for nothing.
+    [[nodiscard]] int error() const { return error_; }
+
+private:
+    DIR* stream_;
+    int error_;
+};
