@@ -6,7 +6,7 @@
 #include <cstring>
 #include <initializer_list>
 
-#include "tools/shared/text_output.h"
+#include "tools/shared/utf8.h"
 
 namespace {
 

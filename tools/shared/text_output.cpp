@@ -1,111 +1,118 @@
 #include "tools/shared/text_output.h"
 
+#include <algorithm>
 #include <cerrno>
-#include <cstdint>
 #include <cstring>
+
+#include "tools/shared/utf8.h"
 
 namespace {
 
-constexpr char replacement_character[] = "\xEF\xBF\xBD"; // U+FFFD
+constexpr std::string_view replacement_character = "\xEF\xBF\xBD"; // U+FFFD
+constexpr std::string_view hex_digits = "0123456789ABCDEF";
 
-/// The bytes of the valid UTF-8 character at `text`; 0 if there is none. The text's end is no part of any.
-uint32_t character_length(const char* text) {
-    const auto* bytes = reinterpret_cast<const unsigned char*>(text);
-    const unsigned lead = bytes[0];
-    if (lead < 0x80) {
-        return 1;
+bool acts_on_terminal(char32_t code) {
+    return code < 0x20 || (code >= 0x7F && code < 0xA0) || (code >= 0x202A && code <= 0x202E) ||
+           (code >= 0x2066 && code <= 0x2069);
+}
+
+/// Takes the character at the beginning of the text off it, or the byte that belongs to none.
+std::string_view take_character(std::string_view* text, Utf8Character* character) {
+    *character = utf8_first(*text);
+    const std::string_view bytes = text->substr(0, std::max<size_t>(character->length, 1));
+    text->remove_prefix(bytes.size());
+    return bytes;
+}
+
+bool is_active(const Utf8Character& character) {
+    return character.length != 0 && acts_on_terminal(character.code);
+}
+
+void append_hex(std::string* result, unsigned number, unsigned digits) {
+    while (digits-- > 0) {
+        *result += hex_digits[number >> 4 * digits & 0xFU];
     }
-    if (lead < 0xC2 || lead > 0xF4) {
-        return 0;
+}
+
+void append_hex_bytes(std::string* result, std::string_view bytes) {
+    for (const char byte : bytes) {
+        *result += "\\x";
+        append_hex(result, static_cast<unsigned char>(byte), 2);
     }
-    if (!is_second_byte(lead, bytes[1])) {
-        return 0;
+}
+
+void append_json_escape(std::string* result, char32_t code) {
+    switch (code) {
+    case '\n': *result += "\\n"; break;
+    case '\r': *result += "\\r"; break;
+    case '\t': *result += "\\t"; break;
+    case '"': *result += "\\\""; break;
+    case '\\': *result += "\\\\"; break;
+    default: *result += "\\u"; append_hex(result, code, 4);
     }
-    const uint32_t length = 2U + (lead >= 0xE0 ? 1U : 0U) + (lead >= 0xF0 ? 1U : 0U);
-    for (uint32_t index = 2; index < length; ++index) {
-        if ((bytes[index] & 0xC0U) != 0x80) {
-            return 0;
+}
+
+bool has_active(std::string_view text) {
+    while (!text.empty()) {
+        Utf8Character character = {};
+        (void)take_character(&text, &character);
+        if (is_active(character)) {
+            return true;
         }
     }
-    return length;
-}
-
-/// Whether the character at `text` is a control character or one that a JSON string escapes.
-bool is_escaped_in_json(const char* text) {
-    const auto* bytes = reinterpret_cast<const unsigned char*>(text);
-    const bool is_high_control = bytes[0] == 0xC2 && bytes[1] < 0xA0; // U+0080 to U+009F
-    return bytes[0] < 0x20 || bytes[0] == 0x7F || bytes[0] == '"' || bytes[0] == '\\' || is_high_control;
-}
-
-void print_json_escape(FILE* stream, const char* text, uint32_t length) {
-    switch (text[0]) {
-    case '\n': fputs("\\n", stream); break;
-    case '\r': fputs("\\r", stream); break;
-    case '\t': fputs("\\t", stream); break;
-    case '"': fputs("\\\"", stream); break;
-    case '\\': fputs("\\\\", stream); break;
-    default: // the last byte of the two-byte controls is their number
-        fprintf(stream, "\\u%04X", static_cast<unsigned>(static_cast<unsigned char>(text[length - 1])));
-    }
+    return false;
 }
 
 } // namespace
 
-bool is_second_byte(unsigned lead, unsigned second) {
-    const unsigned lowest = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
-    const unsigned highest = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
-    return second >= lowest && second <= highest;
+std::string escaped(std::string_view text) {
+    std::string result;
+    result.reserve(text.size());
+    while (!text.empty()) {
+        Utf8Character character = {};
+        const std::string_view bytes = take_character(&text, &character);
+        if (is_active(character)) {
+            append_hex_bytes(&result, bytes);
+        } else {
+            result += bytes == "\\" ? "\\\\" : bytes;
+        }
+    }
+    return result;
 }
 
-void print_escaped(FILE* stream, const char* text) {
-    if (stream == nullptr || text == nullptr) {
-        return;
-    }
-    const char* plain = text; // printed up to here
-    for (; *text != '\0'; ++text) {
-        const auto byte = static_cast<unsigned char>(*text);
-        if (byte >= 0x20 && byte != 0x7F && byte != '\\') {
-            continue;
-        }
-        (void)fwrite(plain, 1, static_cast<size_t>(text - plain), stream);
-        if (byte == '\\') {
-            fputs("\\\\", stream);
+std::string json_string(std::string_view text) {
+    std::string result = "\"";
+    while (!text.empty()) {
+        Utf8Character character = {};
+        const std::string_view bytes = take_character(&text, &character);
+        if (character.length == 0) {
+            result += replacement_character;
+        } else if (is_active(character) || bytes == "\"" || bytes == "\\") {
+            append_json_escape(&result, character.code);
         } else {
-            fprintf(stream, "\\x%02X", static_cast<unsigned>(byte));
+            result += bytes;
         }
-        plain = text + 1;
     }
-    fputs(plain, stream);
+    return result + '"';
 }
 
-void print_json_string(FILE* stream, const char* text) {
-    if (stream == nullptr) {
-        return;
-    }
-    if (text == nullptr) {
-        fputs("null", stream);
-        return;
-    }
-    putc('"', stream);
-    const char* plain = text;
-    while (*text != '\0') {
-        const uint32_t length = character_length(text);
-        if (length != 0 && !is_escaped_in_json(text)) {
-            text += length;
-            continue;
-        }
-        (void)fwrite(plain, 1, static_cast<size_t>(text - plain), stream);
-        if (length == 0) {
-            fputs(replacement_character, stream);
-            ++text;
+std::string shell_word(std::string_view text) {
+    const bool has_escapes = has_active(text);
+    std::string result = has_escapes ? "$'" : "'";
+    while (!text.empty()) {
+        Utf8Character character = {};
+        const std::string_view bytes = take_character(&text, &character);
+        if (is_active(character)) {
+            append_hex_bytes(&result, bytes);
+        } else if (bytes == "'") {
+            result += has_escapes ? "\\'" : "'\\''";
+        } else if (bytes == "\\" && has_escapes) {
+            result += "\\\\";
         } else {
-            print_json_escape(stream, text, length);
-            text += length;
+            result += bytes;
         }
-        plain = text;
     }
-    fputs(plain, stream);
-    putc('"', stream);
+    return result + '\'';
 }
 
 bool finish_output(const char* program) {
@@ -117,4 +124,16 @@ bool finish_output(const char* program) {
     fprintf(stderr, "%s: can not write standard output: %s\n", program,
             errno == 0 ? "an earlier write failed" : strerror(errno));
     return false;
+}
+
+void print_escaped(FILE* stream, const char* text) {
+    if (stream != nullptr && text != nullptr) {
+        fputs(escaped(text).c_str(), stream);
+    }
+}
+
+void print_json_string(FILE* stream, const char* text) {
+    if (stream != nullptr) {
+        fputs(text == nullptr ? "null" : json_string(text).c_str(), stream);
+    }
 }

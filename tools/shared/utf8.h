@@ -1,0 +1,18 @@
+#pragma once
+// The one decoder of UTF-8. What it takes for a character is what Unicode takes for one: no overlong form, no
+// surrogate, nothing above U+10FFFF.
+
+#include <cstddef>
+#include <string_view>
+
+struct Utf8Character {
+    char32_t code;
+    size_t length; // bytes; 0 where no valid character begins
+};
+
+/// The character at the beginning of the text; of length 0 for an empty text, too.
+[[nodiscard]] Utf8Character utf8_first(std::string_view text);
+
+/// Whether UTF-8 may have the byte `second` behind the byte `lead`, which begins a character: narrower where it
+/// would make an overlong form, a surrogate or more than U+10FFFF.
+[[nodiscard]] bool is_second_byte(unsigned lead, unsigned second);
