@@ -1,10 +1,15 @@
-// itunes-items on small files, the ends of records that it goes by, and the classes that it counts.
+// Items files as itunes-items prints them and as every companion reads them, and the classes of objects.
 
 #include "tests/companion_fixture.h"
+
+#include <sys/stat.h>
 
 #include "server/common/upnp_class.h"
 #include "server/common/upnp_items.h"
 #include "server/common/upnp_property.h"
+#include "tools/itunes-items/class_counts.h"
+#include "tools/itunes-items/record_text.h"
+#include "tools/shared/items_reader.h"
 
 namespace {
 
@@ -15,56 +20,183 @@ std::string entry(const std::string& id, const std::string& value) {
 }
 
 const std::string marker = ">>>>\n";
-const std::string blue = marker + "14004Blue\n";
+const std::string blue = marker + entry("14", "Blue");
 
-class Items : public Companion {
-protected:
-    /// Runs the program on each of these items files, in all forms.
-    void print(const auto&... items) {
-        ((write_file("i", items), run("items i", "items --json i", "items --count i")), ...);
+/// A record of `size` bytes, at least 4,107.
+std::string record_of(size_t size) {
+    std::string record = marker;
+    while (size - record.size() > 4110) {
+        record += entry("14", std::string(4090, 'v'));
     }
-};
+    return record + entry("14", std::string(size - record.size() - entry("14", "").size(), 'v'));
+}
 
-TEST_F(Items, PrintsAndCountsRecords) {
-    std::string classes = blue;
+class Items : public Companion {};
+
+} // namespace
+
+TEST(ItemsRecord, IsTextForPeopleAndJsonForPrograms) {
+    const struct {
+        std::string entries;
+        std::string text;
+        std::string json;
+    } rows[] = {
+        {"", "(no properties)\n", "{}"},
+        {entry("14", ""), "(no properties)\n", "{}"},
+        {entry("14", "Blue\\") + entry("03", "object"), "upnp:class: object\ndc:title: Blue\\\\\n",
+         R"({"upnp:class":"object","dc:title":"Blue\\"})"},
+        {entry("01", blue), "id: >>>>\\x0A14004Blue\\x0A\n", R"({"id":">>>>\n14004Blue\n"})"},
+        {entry("cc", "204") + entry("FF", "255") + entry("00", "0"),
+         "property 0: 0\nproperty 255: 255\nproperty 204: 204\n",
+         R"({"property 0":"0","property 255":"255","property 204":"204"})"},
+        // Two properties of one name, around others.
+        {entry("39", "a") + entry("14", "Blue") + entry("14", "Red") + entry("24", "b"),
+         "upnp:albumArtURI: b\ndc:title: Red\ndc:title: Blue\nupnp:albumArtURI: a\n",
+         R"({"upnp:albumArtURI":["b","a"],"dc:title":["Red","Blue"]})"},
+        {entry("14", std::string(4095, 'v')), "dc:title: " + std::string(4095, 'v') + "\n",
+         R"({"dc:title":")" + std::string(4095, 'v') + "\"}"},
+    };
+    for (const auto& row : rows) {
+        const std::string record = marker + row.entries;
+        MediaObject* object =
+            upnp_database_object_create_from_data(record.data(), static_cast<uint32_t>(record.size()));
+        EXPECT_EQ(record_text(object), row.text);
+        EXPECT_EQ(record_json(object), row.json);
+        upnp_database_object_free(object);
+    }
+}
+
+TEST(ItemsClasses, AreCountedInTheirOrder) {
+    ClassCounts counts;
+    const auto add = [&](std::string name) {
+        const MediaObject object = {upnp_property_class, 1, name.data(), nullptr};
+        counts.add(&object);
+    };
+    std::string lines = "2 (no class)\n1 object.item.imageItem.photo\n";
+    counts.add(nullptr);
+    add("object.item.imageItem.photo");
     for (const char other : std::string("abcdefghijklmnopqr")) { // two more than are named
-        classes += marker + entry("03", std::string("\n") + other);
+        add(std::string("\n") + other);
+        lines += other < 'q' ? std::string("1 \\x0A") + other + "\n" : "";
     }
-    classes += marker + entry("03", "object.item") + marker + entry("03", "object.item") + marker;
-    // Overlong forms, a surrogate and what lies beyond the last character are none; their limits are.
-    const std::string limits =
-        "\xE0\xA0\x80\xED\x9F\xBF\xF0\x90\x80\x80\xF4\x8F\xBF\xBF\xC2\xA0\xC2\x80\xC2\xBF";
-    print("", blue, marker + "CF00244\n03006object\n" + entry("01", blue) + blue.substr(5) + marker,
-          marker + "CC003abc\n210042005\n200017\nD0001x\nFF001y\n" +
-              entry("39", "a\x1b[2J\\\"\n\r\t\x7f\x1f ") + entry("24", "\xC3\xA9\xFF\xC3"),
-          marker +
-              entry("14", "\xC1\xBF\xE0\x9F\xED\xA0\xF0\x8F\xF4\x90\xF5\x80\x80\x80\xE2\x82\xF0\x9F\x8E" +
-                              limits + "\xC2\x9F"),
-          marker + entry("14", std::string(4095, 'v')) + entry("16", std::string(4095, 'v')), classes);
+    add(".D.E.L.E.T.E.D.");
+    add("object.item");
+    EXPECT_EQ(counts.text(), lines + "1 object.item\n2 (other classes)\n22 records\n");
+    EXPECT_EQ(ClassCounts().text(), "0 records\n");
+}
+
+TEST(ItemsReader, TellsWhatIsWrongAndWhere) {
+    const struct {
+        std::string bytes;
+        ItemsState state;
+        uint64_t records;
+        std::string fault;
+    } rows[] = {
+        {"", ItemsState::whole, 0, ""},
+        {blue + marker + blue, ItemsState::whole, 3, ""},
+        {"<?xml", ItemsState::no_items_file, 0, "not an items file"},
+        {">>>", ItemsState::damaged, 0, "damaged at byte 0: the file ends inside this entry"},
+        {blue + ">>>>", ItemsState::damaged, 0, "damaged at byte 15: the file ends inside this entry"},
+        {blue + marker + "14005Blue", ItemsState::damaged, 1,
+         "damaged at byte 20: the file ends inside this entry"},
+        {marker + "1X004Blue\n", ItemsState::damaged, 0,
+         "damaged at byte 5: neither an entry nor a record begins here"},
+        {blue + marker + entry("14", "a") + "14004Blues\n", ItemsState::damaged, 1,
+         "damaged at byte 27: the entry's value does not end where its length says"},
+        {blue + record_of(items_record_limit) + blue, ItemsState::whole, 3, ""},
+        {blue + record_of(items_record_limit), ItemsState::whole, 2, ""},
+        {blue + record_of(items_record_limit + 1) + blue, ItemsState::damaged, 1,
+         "damaged at byte 15: the record that begins here is larger than 1 MiB"},
+        {blue + record_of(17U << 20U), ItemsState::damaged, 1,
+         "damaged at byte 15: the record that begins here is larger than 1 MiB"},
+        {std::string(3U << 20U, 'x'), ItemsState::no_items_file, 0, "not an items file"},
+    };
+    const TempDir folder;
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.bytes.substr(0, 40) + row.fault);
+        write_file("items", row.bytes);
+        const ItemsCount count = count_items("items");
+        EXPECT_EQ(count.state, row.state);
+        EXPECT_EQ(count.records, row.records);
+        EXPECT_EQ(count.fault_text, row.fault);
+    }
+}
+
+TEST(ItemsReader, TellsFilesThatCanNotBeReadFromThoseThatAreNotThere) {
+    const TempDir folder;
+    write_file("file", "");
+    ASSERT_EQ(mkfifo("pipe", 0600), 0);
+    EXPECT_EQ(count_items("nothing").state, ItemsState::absent);
+    for (const auto& [path, error] : std::map<std::string, int>{
+             {".", EISDIR}, {"file/items", ENOTDIR}, {"pipe", EINVAL}, {"/proc/self/mem", EIO}}) {
+        const ItemsCount count = count_items(path);
+        EXPECT_EQ(count.state, ItemsState::unreadable) << path;
+        EXPECT_EQ(count.error, error) << path;
+        EXPECT_EQ(count.fault_text, strerror(error)) << path;
+    }
+}
+
+// A file with a class, one without, and a record that is damaged behind its first entry.
+TEST_F(Items, PrintsInThreeForms) {
+    write_file("i", marker + entry("14", "Blue") + entry("03", "object.item") + marker + marker +
+                        entry("14", "\x1B[2J") + "14004Blues\n");
+    run("items i", "items --json i", "items --count i", "items --help", "items --version | tr 0-9 N");
     expect_said("items.txt");
 }
 
-TEST_F(Items, SaysWhatIsWrongBehindWhatIsPrinted) {
-    std::string large = marker; // 4091 bytes below the limit of 1 MiB
-    for (int entries = 0; entries < 255; ++entries) {
-        large += entry("14", std::string(4090, 'v'));
+TEST_F(Items, SaysWhatFailed) {
+    write_file("i", blue);
+    write_file("large", blue + record_of(items_record_limit + 1));
+    const std::string lost = "itunes-items: can not write standard output: No space left on device\n";
+    const std::string damage =
+        "standard input: damaged at byte 15: the record that begins here is larger than 1 MiB\n";
+    const struct {
+        const char* line;
+        int status;
+        std::string out;
+        std::string err; // or the lines before the usage
+    } rows[] = {
+        {"(printf '>>>>\\n14'; sleep 0.1; printf '004Blue\\n') | items", 0, "dc:title: Blue\n", ""},
+        {"items -- - <i", 0, "dc:title: Blue\n", ""},
+        {"items --json <large", 1, "{\"dc:title\":\"Blue\"}\n", "itunes-items: " + damage},
+        {"items --count <&-", 1, "", "itunes-items: can not read standard input: Bad file descriptor\n"},
+        {"items --count .", 1, "", "itunes-items: can not read .: Is a directory\n"},
+        {"items -- -$(printf '\\033')", 1, "",
+         "itunes-items: can not open -\\x1B: No such file or directory\n"},
+        {"items i >/dev/full", 1, "", lost},
+        {"items --help >/dev/full", 1, "", lost},
+        {"items i --unknown$(printf '\\033')", 2, "", "itunes-items: unknown option '--unknown\\x1B'\n"},
+        {"items i -xh", 2, "", "itunes-items: unknown option '-x'\n"},
+        {"items --count=3 i", 2, "", "itunes-items: option '--count' takes no value\n"},
+        {"items --json --count i", 2, "", "itunes-items: either --count or --json\n"},
+        {"items --count --json i", 2, "", "itunes-items: either --count or --json\n"},
+        {"items -- i -i", 2, "", "itunes-items: one FILE at most, not '-i'\n"},
+    };
+    const std::string usage = result_of("items -h").out;
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.line);
+        const RunResult result = result_of(row.line);
+        EXPECT_EQ(result.status, row.status);
+        EXPECT_EQ(result.out, row.out);
+        EXPECT_EQ(result.err, row.err + (row.status == 2 ? usage : ""));
     }
-    write_file("fits", blue + large + entry("14", std::string(4085, 'v')) + blue);
-    write_file("over", blue + large + entry("14", std::string(4086, 'v')));
-    write_file("large", blue + large + entry("14", "") + large.substr(5) + blue);
-    print(blue + marker + "14001a\n14004Blues\n", blue + "16004Ba", marker + "1X004Blue\n",
-          blue + "14 04Blue\n", blue + ">>>>", marker + "cf00a0123456789\n" + marker + "14001", "<?xml",
-          ">>>");
-    run("items --json <large | head -n 1",
-        "(cat large | head -c 15; sleep 0.1; head -c 15 large) | items - | cat", "items --help",
-        "items --version", "items i --unknown", "items --json --count i", "items --count --json i",
-        "items -- i -i", "items -- -$(printf '\\033')", "items --count .", "items --count large",
-        "items large", "items --count over", "items --count fits", "items --help >/dev/full",
-        "items fits >/dev/full", "items <large --count", "items --count <&-");
-    expect_said("items_failures.txt");
 }
 
-} // namespace
+// Boxes have old C++ libraries, or none.
+TEST(Programs, OfABoxAskForTheCLibraryAlone) {
+    for (const std::string program : {TEST_PROGRAM, TEST_ITEMS_PROGRAM}) {
+        const RunResult result = run_line("readelf -d '" + program + "'");
+        ASSERT_EQ(result.status, 0) << result.err;
+        if (result.out.find("[libasan.so") != std::string::npos) {
+            GTEST_SKIP() << "the sanitizers bring libraries of their own";
+        }
+        for (const std::string& line : split(result.out, '\n')) {
+            const bool is_allowed = line.find("[libc.so") != std::string::npos ||
+                                    line.find("[ld") != std::string::npos; // which loads it
+            EXPECT_TRUE(line.find("(NEEDED)") == std::string::npos || is_allowed) << program << line;
+        }
+    }
+}
 
 TEST(Class, IsToldByPartsOfItsText) {
     const auto told = [](std::string text) {

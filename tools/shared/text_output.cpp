@@ -11,21 +11,38 @@ namespace {
 constexpr std::string_view replacement_character = "\xEF\xBF\xBD"; // U+FFFD
 constexpr std::string_view hex_digits = "0123456789ABCDEF";
 
+int lost_reason = 0; // errno of the first write to standard output that failed
+
 bool acts_on_terminal(char32_t code) {
     return code < 0x20 || (code >= 0x7F && code < 0xA0) || (code >= 0x202A && code <= 0x202E) ||
            (code >= 0x2066 && code <= 0x2069);
 }
 
-/// Takes the character at the beginning of the text off it, or the byte that belongs to none.
-std::string_view take_character(std::string_view* text, Utf8Character* character) {
-    *character = utf8_first(*text);
-    const std::string_view bytes = text->substr(0, std::max<size_t>(character->length, 1));
-    text->remove_prefix(bytes.size());
-    return bytes;
+bool is_plain(char byte) {
+    return byte >= ' ' && byte < 0x7F && byte != '\\' && byte != '"' && byte != '\'';
 }
 
-bool is_active(const Utf8Character& character) {
-    return character.length != 0 && acts_on_terminal(character.code);
+/// What is escaped or not as one: a run of characters that nobody escapes, or else one character or the byte
+/// that belongs to none.
+struct Piece {
+    std::string_view bytes;
+    bool is_valid;  // UTF-8
+    bool is_active; // acts on a terminal
+    char32_t code;  // of one character
+};
+
+/// Takes the piece at the beginning of the text off it.
+Piece take_piece(std::string_view* text) {
+    const auto* plain_end = std::ranges::find_if_not(*text, is_plain);
+    Piece piece = {{text->begin(), plain_end}, true, false, 0};
+    if (piece.bytes.empty()) {
+        const Utf8Character character = utf8_first(*text);
+        const bool is_valid = character.length != 0;
+        piece = {text->substr(0, is_valid ? character.length : 1), is_valid,
+                 is_valid && acts_on_terminal(character.code), character.code};
+    }
+    text->remove_prefix(piece.bytes.size());
+    return piece;
 }
 
 void append_hex(std::string* result, unsigned number, unsigned digits) {
@@ -54,9 +71,7 @@ void append_json_escape(std::string* result, char32_t code) {
 
 bool has_active(std::string_view text) {
     while (!text.empty()) {
-        Utf8Character character = {};
-        (void)take_character(&text, &character);
-        if (is_active(character)) {
+        if (take_piece(&text).is_active) {
             return true;
         }
     }
@@ -69,12 +84,11 @@ std::string escaped(std::string_view text) {
     std::string result;
     result.reserve(text.size());
     while (!text.empty()) {
-        Utf8Character character = {};
-        const std::string_view bytes = take_character(&text, &character);
-        if (is_active(character)) {
-            append_hex_bytes(&result, bytes);
+        const Piece piece = take_piece(&text);
+        if (piece.is_active) {
+            append_hex_bytes(&result, piece.bytes);
         } else {
-            result += bytes == "\\" ? "\\\\" : bytes;
+            result += piece.bytes == "\\" ? "\\\\" : piece.bytes;
         }
     }
     return result;
@@ -83,14 +97,13 @@ std::string escaped(std::string_view text) {
 std::string json_string(std::string_view text) {
     std::string result = "\"";
     while (!text.empty()) {
-        Utf8Character character = {};
-        const std::string_view bytes = take_character(&text, &character);
-        if (character.length == 0) {
+        const Piece piece = take_piece(&text);
+        if (!piece.is_valid) {
             result += replacement_character;
-        } else if (is_active(character) || bytes == "\"" || bytes == "\\") {
-            append_json_escape(&result, character.code);
+        } else if (piece.is_active || piece.bytes == "\"" || piece.bytes == "\\") {
+            append_json_escape(&result, piece.code);
         } else {
-            result += bytes;
+            result += piece.bytes;
         }
     }
     return result + '"';
@@ -100,24 +113,29 @@ std::string shell_word(std::string_view text) {
     const bool has_escapes = has_active(text);
     std::string result = has_escapes ? "$'" : "'";
     while (!text.empty()) {
-        Utf8Character character = {};
-        const std::string_view bytes = take_character(&text, &character);
-        if (is_active(character)) {
-            append_hex_bytes(&result, bytes);
-        } else if (bytes == "'") {
+        const Piece piece = take_piece(&text);
+        if (piece.is_active) {
+            append_hex_bytes(&result, piece.bytes);
+        } else if (piece.bytes == "'") {
             result += has_escapes ? "\\'" : "'\\''";
-        } else if (bytes == "\\" && has_escapes) {
+        } else if (piece.bytes == "\\" && has_escapes) {
             result += "\\\\";
         } else {
-            result += bytes;
+            result += piece.bytes;
         }
     }
     return result + '\'';
 }
 
+void put_output(std::string_view text) {
+    if (fwrite(text.data(), 1, text.size(), stdout) < text.size() && lost_reason == 0) {
+        lost_reason = errno;
+    }
+}
+
 bool finish_output(const char* program) {
     const bool lost_before = ferror(stdout) != 0;
-    errno = 0;
+    errno = lost_reason;
     if (fclose(stdout) == 0 && !lost_before) { // the last bytes may fail to arrive only when it is closed
         return true;
     }

@@ -24,6 +24,9 @@
 /// where something in it acts on a terminal.
 [[nodiscard]] std::string shell_word(std::string_view text);
 
+/// Prints to standard output. What gets lost is told by finish_output, with the reason.
+void put_output(std::string_view text);
+
 /// Closes standard output; call it last. False if anything printed there since the start got lost, which
 /// is then said on standard error with the reason, as a line of `program`.
 [[nodiscard]] bool finish_output(const char* program);
