@@ -1,0 +1,28 @@
+#pragma once
+// A file descriptor that is closed when its owner goes.
+
+#include <unistd.h>
+#include <utility>
+
+class Descriptor {
+public:
+    Descriptor() = default;
+    explicit Descriptor(int number) : number_(number) {}
+    Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
+    Descriptor& operator=(Descriptor&& other) noexcept {
+        std::swap(number_, other.number_);
+        return *this;
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    ~Descriptor() { (void)close(); }
+
+    [[nodiscard]] int number() const { return number_; } // -1 for none
+    [[nodiscard]] bool is_open() const { return number_ >= 0; }
+
+    /// Closes it now; -1, with errno, where what was written may be lost. Does nothing twice.
+    int close() { return number_ >= 0 ? ::close(std::exchange(number_, -1)) : 0; }
+
+private:
+    int number_ = -1;
+};
