@@ -17,17 +17,27 @@
 static_assert(sizeof(off_t) == 8, "files beyond 2 GiB need _FILE_OFFSET_BITS=64");
 static_assert(sizeof(time_t) == 8, "dates beyond 2038 need _TIME_BITS=64");
 
+void (*upnp_file_failure_listener)(UpnpFileCall call, int error) = nullptr;
+
 namespace {
 
 constexpr mode_t file_permissions = 0644;
 constexpr mode_t directory_permissions = 0777;
 
-/// Logs a failed call at level 1; errno stays as the call left it.
-[[gnu::format(printf, 1, 2)]] void log_failure(const char* format, ...) {
+void tell_failure(UpnpFileCall call, int error) {
+    if (upnp_file_failure_listener != nullptr) {
+        upnp_file_failure_listener(call, error);
+    }
+}
+
+/// Tells and logs, at level 1, a failed call; errno stays as the call left it.
+[[gnu::format(printf, 2, 3)]] void log_failure(UpnpFileCall call, const char* format, ...) {
+    const int error = errno;
+    tell_failure(call, error);
+    errno = error;
     if (upnp_log_check(upnp_log_system, 1) == 0) {
         return;
     }
-    const int error = errno;
     va_list arguments;
     va_start(arguments, format);
     upnp_log_message_args(0, format, arguments);
@@ -36,15 +46,17 @@ constexpr mode_t directory_permissions = 0777;
 }
 
 /// Logs a call on a path that failed: `format` takes errno and the path. Hands back the call's result.
-[[gnu::format(printf, 2, 0)]] int logged(int result, const char* format, const char* path) {
+[[gnu::format(printf, 3, 0)]] int logged(UpnpFileCall call, int result, const char* format,
+                                         const char* path) {
     if (result == -1) {
-        log_failure(format, errno, path);
+        log_failure(call, format, errno, path);
     }
     return result;
 }
 
 int query_status(const char* path, struct stat* status) {
-    return logged(stat(path, status), "LOG_SYSTEM:file_stat error (errno=%d, filename=%s)", path);
+    return logged(UpnpFileCall::stat, stat(path, status),
+                  "LOG_SYSTEM:file_stat error (errno=%d, filename=%s)", path);
 }
 
 /// A handle on nothing yet; null for a null path and without memory.
@@ -59,7 +71,7 @@ UpnpFile* new_handle(const char* path) {
     if (file == nullptr) {
         return nullptr;
     }
-    file->descriptor = logged(open(path, flags, file_permissions), format, path);
+    file->descriptor = logged(UpnpFileCall::open, open(path, flags, file_permissions), format, path);
     if (file->descriptor == -1) {
         upnp_free(file);
         return nullptr;
@@ -71,7 +83,8 @@ UpnpFile* new_handle(const char* path) {
 int64_t seek(const UpnpFile* file, int64_t distance) {
     const off_t offset = lseek(file->descriptor, distance, SEEK_CUR);
     if (offset < 0) {
-        log_failure("LOG_SYSTEM:file_seek error (errno=%d,filedescriptor=%d,dest=%lld,flag=%d) ", errno,
+        log_failure(UpnpFileCall::seek,
+                    "LOG_SYSTEM:file_seek error (errno=%d,filedescriptor=%d,dest=%lld,flag=%d) ", errno,
                     file->descriptor, static_cast<long long>(distance), SEEK_CUR);
     }
     return offset;
@@ -103,11 +116,12 @@ size_t separator_search_start(const char* path) {
 UpnpFile* upnp_file_open_write(const char* path) {
     UpnpFile* file = new_handle(path);
     if (file == nullptr && path != nullptr) {
-        log_failure("LOG_SYSTEM:upnp_file_open_write Malloc fails on upnp_file_open_write ");
+        log_failure(UpnpFileCall::open,
+                    "LOG_SYSTEM:upnp_file_open_write Malloc fails on upnp_file_open_write ");
     }
     file = open_handle(file, path, O_WRONLY | O_CREAT, "LOG_SYSTEM:open_write error (errno=%d,filename=%s) ");
     if (file == nullptr) {
-        log_failure("LOG_SYSTEM:upnp_file_open_write file open write error \"%s\"",
+        log_failure(UpnpFileCall::open, "LOG_SYSTEM:upnp_file_open_write file open write error \"%s\"",
                     path == nullptr ? "(NULL)" : path);
     }
     return file;
@@ -145,7 +159,8 @@ void upnp_file_close(UpnpFile* file) {
         return;
     }
     if (file->descriptor != -1 && close(file->descriptor) != 0) {
-        log_failure("LOG_SYSTEM:close_file error (errno=%d,filedescriptor=%d) ", errno, file->descriptor);
+        log_failure(UpnpFileCall::close, "LOG_SYSTEM:close_file error (errno=%d,filedescriptor=%d) ", errno,
+                    file->descriptor);
     }
     while (file->blocks != nullptr) {
         UpnpFileBlock* block = file->blocks;
@@ -157,8 +172,8 @@ void upnp_file_close(UpnpFile* file) {
 }
 
 void upnp_file_sync(UpnpFile* file) {
-    if (file != nullptr) {
-        (void)fsync(file->descriptor); // nobody could act on a failure here, and no line exists for it
+    if (file != nullptr && fsync(file->descriptor) != 0) {
+        tell_failure(UpnpFileCall::sync, errno); // no line exists for it
     }
 }
 
@@ -168,8 +183,11 @@ int32_t upnp_file_write(UpnpFile* file, const void* bytes, uint32_t count) {
     }
     const ssize_t written = write(file->descriptor, bytes, count);
     if (written < 0) {
-        log_failure("LOG_SYSTEM:file_write error (errno=%d,filedescriptor=%d,bytestoread=%d) ", errno,
+        log_failure(UpnpFileCall::write,
+                    "LOG_SYSTEM:file_write error (errno=%d,filedescriptor=%d,bytestoread=%d) ", errno,
                     file->descriptor, static_cast<int32_t>(count));
+    } else if (written < ssize_t{count}) {
+        tell_failure(UpnpFileCall::write, 0);
     }
     return static_cast<int32_t>(written);
 }
@@ -187,7 +205,8 @@ char* upnp_file_read_line(char* buffer, uint32_t size, UpnpFile* file) {
     const size_t filled = count > 0 ? static_cast<size_t>(count) : 0;
     memset(buffer + filled, 0, size - filled);
     if (count < 0) {
-        log_failure("LOG_SYSTEM:file_read error (errno=%d,filedescriptor=%d,bytestoread=%d) ", errno,
+        log_failure(UpnpFileCall::read,
+                    "LOG_SYSTEM:file_read error (errno=%d,filedescriptor=%d,bytestoread=%d) ", errno,
                     file->descriptor, static_cast<int32_t>(size));
     }
     if (count <= 0) {
@@ -246,8 +265,8 @@ int32_t upnp_file_rename(const char* old_path, const char* new_path) {
     }
     const int result = rename(old_path, new_path);
     if (result != 0) {
-        log_failure("LOG_SYSTEM:file_rename error (errno=%d,oldname=%s,newname=%s) ", errno, old_path,
-                    new_path);
+        log_failure(UpnpFileCall::rename, "LOG_SYSTEM:file_rename error (errno=%d,oldname=%s,newname=%s) ",
+                    errno, old_path, new_path);
     }
     return result;
 }
@@ -256,21 +275,23 @@ int32_t upnp_file_unlink(const char* path) {
     if (path == nullptr) {
         return -1;
     }
-    return logged(unlink(path), "LOG_SYSTEM:file_unlink error (errno=%d,filename=%s) ", path);
+    return logged(UpnpFileCall::unlink, unlink(path), "LOG_SYSTEM:file_unlink error (errno=%d,filename=%s) ",
+                  path);
 }
 
 int32_t upnp_file_mkdir(const char* path) {
     if (path == nullptr) {
         return -1;
     }
-    return logged(mkdir(path, directory_permissions), "LOG_SYSTEM:file_mkdir error (errno=%d,dir=%s) ", path);
+    return logged(UpnpFileCall::mkdir, mkdir(path, directory_permissions),
+                  "LOG_SYSTEM:file_mkdir error (errno=%d,dir=%s) ", path);
 }
 
 int32_t upnp_dir_unlink(const char* path) {
     if (path == nullptr) {
         return -1;
     }
-    return logged(unlink(path), "LOG_SYSTEM:dir_unlink error (errno=%d,dir=%s) ", path);
+    return logged(UpnpFileCall::unlink, unlink(path), "LOG_SYSTEM:dir_unlink error (errno=%d,dir=%s) ", path);
 }
 
 int32_t upnp_file_create_path(const char* path) {

@@ -33,6 +33,24 @@ struct UpnpFileStat {
     uint32_t mode;    // type and permissions, as POSIX st_mode
 };
 
+enum class UpnpFileCall : uint8_t {
+    open,
+    close,
+    sync,
+    write,
+    read,
+    seek,
+    stat,
+    rename,
+    unlink,
+    mkdir
+};
+
+/// Hears of each call that failed, with its errno, and of a write that took less than it was given, with 0,
+/// whatever is logged of it: most callers here go on, so whoever has to know whether a piece of work was done
+/// whole listens meanwhile. Null, as at the start, for nobody.
+extern void (*upnp_file_failure_listener)(UpnpFileCall call, int error);
+
 /// Opens for writing from the start of the file, creating it with permissions 0644. Null on failure and for a
 /// null path, both logged.
 [[nodiscard]] UpnpFile* upnp_file_open_write(const char* path);

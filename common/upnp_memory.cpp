@@ -23,6 +23,7 @@ constinit upnp_mutex_t mem_creation = {PTHREAD_MUTEX_INITIALIZER, {}, 0};
 
 int32_t bytes_in_use = 0;
 int32_t peak_bytes_in_use = 0;
+std::atomic<uint32_t> refused_blocks = 0;
 
 int32_t wrapping_add(int32_t sum, uint32_t change) {
     return static_cast<int32_t>(static_cast<uint32_t>(sum) + change);
@@ -47,10 +48,12 @@ void create_section(const char* note) {
 
 void* upnp_malloc(uint32_t size) {
     if (size > UINT32_MAX - sizeof(BlockHeader)) {
+        ++refused_blocks;
         return nullptr; // size and header together are a 32-bit number, as where `size_t` has 32 bits
     }
     auto* header = static_cast<BlockHeader*>(malloc(sizeof(BlockHeader) + size));
     if (header == nullptr) {
+        ++refused_blocks;
         return nullptr;
     }
     header->size = size;
@@ -131,4 +134,8 @@ int32_t upnp_mem_in_use() {
 int32_t upnp_mem_peak() {
     const UpnpMutexGuard guard(existing_section());
     return peak_bytes_in_use;
+}
+
+uint32_t upnp_mem_refused() {
+    return refused_blocks;
 }

@@ -34,3 +34,7 @@ void upnp_mem_close();
 /// Bytes that live blocks were asked for, headers not counted (a 32-bit sum that wraps), and its peak.
 int32_t upnp_mem_in_use();
 int32_t upnp_mem_peak();
+
+/// How many blocks were not to be had since the process started: a piece of work during which the number grows
+/// may lack something, though it went on.
+uint32_t upnp_mem_refused();

@@ -4,6 +4,7 @@
 
 #include <fcntl.h>
 #include <functional>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -46,7 +47,40 @@ size_t count_lines(UpnpFile* library) {
     return lines;
 }
 
+/// Sets the largest size that a file may have, and returns the earlier limit.
+rlim_t set_file_size_limit(rlim_t bytes) {
+    rlimit limit = {};
+    getrlimit(RLIMIT_FSIZE, &limit);
+    const rlim_t earlier = std::exchange(limit.rlim_cur, bytes);
+    setrlimit(RLIMIT_FSIZE, &limit);
+    return earlier;
+}
+
 } // namespace
+
+TEST_F(FileLayer, TellsAListenerWhatFailed) {
+    static std::vector<std::pair<UpnpFileCall, int>> told;
+    upnp_file_failure_listener = [](UpnpFileCall call, int error) { told.emplace_back(call, error); };
+    UpnpFile* full = upnp_file_open_write("/dev/full");
+    EXPECT_EQ(upnp_file_write(full, "text", 4), -1);
+    upnp_file_sync(full);
+    upnp_file_close(full);
+    const rlim_t earlier_limit = set_file_size_limit(6);
+    UpnpFile* limited = upnp_file_open_write("limited");
+    EXPECT_EQ(upnp_file_write(limited, "12345678", 8), 6);
+    upnp_file_close(limited);
+    set_file_size_limit(earlier_limit);
+    (void)upnp_file_exists("absent");
+    upnp_file_failure_listener = nullptr;
+    (void)upnp_file_exists("absent");
+    EXPECT_EQ(told, (std::vector<std::pair<UpnpFileCall, int>>{{UpnpFileCall::write, ENOSPC},
+                                                               {UpnpFileCall::sync, EINVAL},
+                                                               {UpnpFileCall::write, 0},
+                                                               {UpnpFileCall::stat, ENOENT}}));
+    const uint32_t refused = upnp_mem_refused();
+    EXPECT_EQ(upnp_malloc(UINT32_MAX), nullptr);
+    EXPECT_EQ(upnp_mem_refused(), refused + 1);
+}
 
 TEST_F(FileLayer, WorksWithoutAWord) {
     const mode_t mask = umask(0);
