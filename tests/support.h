@@ -62,14 +62,6 @@ inline std::string source_path(const std::string& relative) {
     return TEST_SOURCE_DIR + ("/" + relative);
 }
 
-/// Compares with a file of tests/golden/; what came out where they differ is left beside the test program.
-inline const std::filesystem::path first_folder = std::filesystem::current_path();
-inline void expect_golden(const std::string& text, const std::string& name) {
-    const bool is_golden = !text.empty() && text == read_file(source_path("tests/golden/" + name));
-    EXPECT_TRUE(is_golden) << name << " is missing or differs";
-    write_file(is_golden ? "/dev/null" : first_folder / name, text);
-}
-
 /// Runs a line of the shell: its status (128 and the signal where that killed it), and what it printed.
 struct RunResult {
     int status;
@@ -81,6 +73,19 @@ inline RunResult run_line(const std::string& line) {
     const TempDir outputs;
     const int status = system(("{ cd '" + here + "' && " + line + "; } >out 2>err").c_str());
     return {WEXITSTATUS(status), read_file("out"), read_file("err")};
+}
+
+/// Compares with a file of tests/golden/; what came out where they differ is left beside the test program.
+inline const std::filesystem::path first_folder = std::filesystem::current_path();
+inline void expect_golden(const std::string& text, const std::string& name) {
+    const std::string golden = source_path("tests/golden/" + name);
+    const std::string result = first_folder / name;
+    std::filesystem::remove(result); // an earlier run's
+    if (text.empty() || text != read_file(golden)) {
+        write_file(result, text);
+        ADD_FAILURE() << "this came out: " << result << "\n"
+                      << run_line("diff -uN '" + golden + "' '" + result + "' | head -n 40").out;
+    }
 }
 
 /// Runs a program, one of the system's own or a built one, with these arguments, none of which holds a quote.
