@@ -1,0 +1,16 @@
+# Run at installation: makes each of `folders`, which are relative to the prefix. CMake would give the new ones above
+# its files the permissions that the umask leaves; folders that are there already stay as they are.
+cmake_path(ABSOLUTE_PATH CMAKE_INSTALL_PREFIX OUTPUT_VARIABLE prefix)
+foreach(folder IN LISTS folders)
+  cmake_path(ABSOLUTE_PATH folder BASE_DIRECTORY "${prefix}")
+  set(folder "$ENV{DESTDIR}${folder}")
+  set(missing)
+  while(NOT EXISTS "${folder}")
+    list(PREPEND missing "${folder}")
+    cmake_path(GET folder PARENT_PATH folder)
+  endwhile()
+  foreach(new IN LISTS missing)
+    file(MAKE_DIRECTORY "${new}")
+    file(CHMOD "${new}" DIRECTORY_PERMISSIONS ${CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS})
+  endforeach()
+endforeach()
