@@ -26,31 +26,36 @@ struct TrackReport {
     const char* location; // the local path or the URL; null for none
 };
 
-enum class PlaylistOutcome : uint8_t {
-    file,            // it has been written
-    smart,           // it carries Smart Info
-    built_in,        // it carries a Distinguished Kind
-    reserved_name,   // it has one of the names that are never exported
-    nothing_to_play, // it has no item that the track list knows with a location
-    not_listed,      // the folder list does not know it, or knows no name
-    not_writable,    // its file could not be made
+// What happens to the playlists, in the order of the library's lines. A playlist lasts from its Name line to the
+// next one or to the end of the library.
+enum class PlaylistEventKind : uint8_t {
+    named,          // a Name line: the next playlist; title, empty for a line without a value
+    reserved_name,  // behind `named`: the name that counts is one of those that are never exported
+    built_in,       // it carries a Distinguished Kind, from which on no item is exported
+    smart,          // it carries Smart Info, likewise
+    item,           // an item line; track_id, 0 where the line has no number
+    file_begun,     // its first playable item: its file is there; title with its folders, type
+    not_listed,     // likewise, but the folder list does not know it, or knows no name
+    not_writable,   // likewise, but its file could not be made; title with its folders, type
+    entry,          // the item has been added to the file; track_id, location
+    dictionary_end, // a line ends a dictionary: the playlist's own or that of an item
 };
 
-/// A playlist, from its Name line to the next one or the end of the library. The texts are borrowed for the
-/// call.
-struct PlaylistReport {
-    PlaylistOutcome outcome;
-    const char* title;     // of its file with its folders in front, else its own name; empty for none
-    const char* file_path; // in the workspace; also of a file that could not be made; empty for none
-    uint32_t items;        // its item lines
-    uint32_t entries;      // those that went into its file
+/// The texts are borrowed for the call; null or 0 where the kind names no such field.
+struct PlaylistEvent {
+    PlaylistEventKind kind;
+    const char* title = nullptr;
+    const char* type = nullptr; // "M" or "V", as itunes_playlist_file_path takes it
+    int32_t track_id = 0;
+    const char* location = nullptr;
 };
 
+/// Each function may be null, for one who does not listen to that.
 struct ImportObserver {
     void* context;                                    // the observer's own, handed to each function
     void (*on_line)(void* context, const char* line); // each line of the library, before the first track
     void (*on_track)(void* context, const TrackReport* report);
-    void (*on_playlist)(void* context, const PlaylistReport* report);
+    void (*on_playlist)(void* context, const PlaylistEvent* event);
 };
 
 /// Who listens, borrowed until it is set anew; null, as at the start, for nobody.

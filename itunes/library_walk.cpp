@@ -85,7 +85,7 @@ void scan_folders(UpnpFile* library) {
     PlistScanner scanner = {library, 0, {}};
     while (itunes_next_line(&scanner)) {
         (void)sched_yield(); // an import in the background leaves the processor to the server
-        if (import_observer != nullptr) {
+        if (import_observer != nullptr && import_observer->on_line != nullptr) {
             import_observer->on_line(import_observer->context, scanner.line);
         }
         if (itunes_line_holds(scanner.line, playlists_key)) {

@@ -270,7 +270,7 @@ void finish_track(int32_t track_id, TrackReaderState* track, UpnpFile* items) {
     if (outcome != TrackOutcome::copy_protected) {
         itunes_track_list_add(track->location, track->title, track_id);
     }
-    if (import_observer != nullptr) {
+    if (import_observer != nullptr && import_observer->on_track != nullptr) {
         const TrackReport report = {track_id, outcome, track->title, track->location};
         import_observer->on_track(import_observer->context, &report);
     }

@@ -6,6 +6,8 @@
 
 #include "itunes/import_run.h"
 
+using namespace fixture;
+
 namespace {
 
 class CommandLine : public Import {

@@ -4,6 +4,8 @@
 
 #include "tests/import_fixture.h"
 
+using namespace fixture;
+
 /// A fresh folder, and what the lines that were run in it printed.
 class Companion : public testing::Test {
 protected:

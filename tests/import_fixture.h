@@ -2,6 +2,7 @@
 // Whole imports: small libraries built from tracks and playlists, runs of the built program on them, and what
 // such a run leaves.
 //
+//     using namespace fixture;
 //     lay_out(track(1, "a.mp3"), playlist("P", "p1", {1}));
 //     EXPECT_EQ(import(), imported("", {{"P##M", "P", {"a.mp3"}}}));
 
@@ -12,6 +13,8 @@
 #include "common/upnp_text.h"
 #include "itunes/import_run.h"
 #include "itunes/library_walk.h"
+
+namespace fixture {
 
 /// Lines of a library: a key with its string, with its integer, and one that is true.
 inline std::string text(const std::string& key, const std::string& value) {
@@ -131,3 +134,5 @@ protected:
 
     TempDir folder_;
 };
+
+} // namespace fixture

@@ -4,6 +4,8 @@
 
 #include "itunes/import_observer.h"
 
+using namespace fixture;
+
 using Playlists = Import;
 
 namespace {
@@ -42,24 +44,41 @@ TEST_F(Playlists, OfSomeNamesAndKindsAreNeverExported) {
     }
     lay_out(tracks + track(10, "a.mp3", named("title") + "<key>Name</key>\n"), playlists);
     EXPECT_EQ(import(), imported("", {{"music##M", "music", {"a.mp3"}}}));
-    std::string told;
-    const auto tell_title = [](void* context, const TrackReport* report) {
-        *static_cast<std::string*>(context) += report->title == nullptr ? "" : report->title;
+}
+
+TEST_F(Playlists, AreToldAsTheyComeAndGo) {
+    lay_out(tracks, playlist("in", "P1", {9, 5}, inside("F") + "<key>Smart Info</key></dict>\n") +
+                        playlist("Music", "P1", {1}, number("Distinguished Kind", "4")) + folder("of", "F") +
+                        playlist("in", "P1", {9, 5, 5}, inside("F")) +
+                        playlist(std::string(240, 'n'), "P2", {1}) + "<key>Name</key>\n" + with_id("none") +
+                        plays(1) + plays(1));
+    static constexpr const char* words[] = {"named", "reserved",   "built in",     "smart", "item",
+                                            "file",  "not listed", "not writable", "entry", "end"};
+    std::vector<std::string> told;
+    const auto tell = [](void* context, const PlaylistEvent* event) {
+        std::string line = words[static_cast<size_t>(event->kind)];
+        for (const char* text : {event->title, event->type, event->location}) {
+            line += text == nullptr ? "" : " " + std::string(text, strnlen(text, 9));
+        }
+        line += event->track_id == 0 ? "" : " " + std::to_string(event->track_id);
+        static_cast<std::vector<std::string>*>(context)->push_back(line);
     };
-    const auto tell = [](void* context, const PlaylistReport* report) {
-        *static_cast<std::string*>(context) += std::to_string(static_cast<int>(report->outcome)) + " " +
-                                               report->title + " " + std::to_string(report->items) + " " +
-                                               std::to_string(report->entries) + ", ";
-    };
-    const ImportObserver observer = {&told, [](void*, const char*) {}, tell_title, tell};
+    const ImportObserver observer = {&told, nullptr, nullptr, tell};
     import_observer = &observer;
     TearDown();
     import_observer = nullptr;
-    EXPECT_EQ(
-        told,
-        "title1 smart 1 0, 2 built in 1 0, 5 invisible 1 0, 5 of podcasts 1 0, 0 music 1 1, 4 late 1 0, "
-        "4 over 0 0, 3 Library 1 0, 3 Music 1 0, 3 Podcasts 1 0, 3 Recently Added 1 0, "
-        "3 smartplaylist 1 0, ");
+    EXPECT_EQ(told,
+              (std::vector<std::string>{"named in",        "end",           "smart",
+                                        "item 9",          "item 5", //
+                                        "named Music",     "reserved",      "built in",
+                                        "item 1",   //
+                                        "named of", //
+                                        "named in",        "item 9",        "item 5",
+                                        "file of/in V",    "entry d.m4v 5", "item 5",                   //
+                                        "entry d.m4v 5",                                                //
+                                        "named nnnnnnnnn", "item 1",        "not writable nnnnnnnnn M", //
+                                        "named ",          "item 1",        "not listed",
+                                        "item 1"}));
 }
 
 TEST_F(Playlists, AreVideoByTheirFirstPlayableTrackOrByAPlaylistBefore) {

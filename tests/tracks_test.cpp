@@ -2,6 +2,8 @@
 
 #include "tests/import_fixture.h"
 
+using namespace fixture;
+
 using Tracks = Import;
 
 TEST_F(Tracks, HoldWhatEachKeyLeadsTo) {

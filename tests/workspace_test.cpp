@@ -6,6 +6,8 @@
 
 #include "itunes/import_commit.h"
 
+using namespace fixture;
+
 using Workspace = Import;
 
 TEST_F(Workspace, ARunReplacesItsOwnFilesAndKeepsAllOthers) {

@@ -16,19 +16,6 @@ constexpr const char* outcome_words[] = {"file",       "replaced",      "smart",
                                          "not-listed", "not-writable",  "not-moved"};
 static_assert(sizeof outcome_words / sizeof *outcome_words == static_cast<size_t>(CheckedOutcome::count));
 
-CheckedOutcome checked_outcome(PlaylistOutcome outcome) {
-    switch (outcome) {
-    case PlaylistOutcome::file: break;
-    case PlaylistOutcome::smart: return CheckedOutcome::smart;
-    case PlaylistOutcome::built_in: return CheckedOutcome::built_in;
-    case PlaylistOutcome::reserved_name: return CheckedOutcome::reserved_name;
-    case PlaylistOutcome::nothing_to_play: return CheckedOutcome::nothing_to_play;
-    case PlaylistOutcome::not_listed: return CheckedOutcome::not_listed;
-    case PlaylistOutcome::not_writable: return CheckedOutcome::not_writable;
-    }
-    return CheckedOutcome::file;
-}
-
 /// The type in the path "...##V.wpl"; a name so long that its type was cut off does not depend on it.
 char type_in(const char* path) {
     const size_t length = strlen(path);
@@ -83,29 +70,22 @@ bool stays_in_workspace(const char* name) {
     return strcmp(source, name) != 0;
 }
 
-} // namespace
-
-const char* checked_outcome_word(CheckedOutcome outcome) {
-    return outcome_words[static_cast<size_t>(outcome)];
-}
-
-void checked_playlists_add(CheckedPlaylists* playlists, const PlaylistReport* report) {
-    const auto title_size = static_cast<uint32_t>(strlen(report->title) + 1);
-    const auto size = static_cast<uint32_t>(sizeof(CheckedPlaylist)) + title_size;
-    auto* playlist = static_cast<CheckedPlaylist*>(upnp_malloc(size));
+/// Adds the playlist that has ended.
+void add_current(CheckedPlaylists* playlists) {
+    const CurrentPlaylist& current = playlists->current;
+    if (!current.is_begun) {
+        return;
+    }
+    const auto title_size = static_cast<uint32_t>(strlen(current.title) + 1);
+    auto* playlist = static_cast<CheckedPlaylist*>(upnp_malloc(sizeof(CheckedPlaylist) + title_size));
     if (playlist == nullptr) {
         playlists->is_short = true;
         return;
     }
-    playlist->next = nullptr;
-    playlist->items = report->items;
-    playlist->entries = report->entries;
-    playlist->outcome = checked_outcome(report->outcome);
-    playlist->sign = WplSign::none;
-    playlist->type = type_in(report->file_path);
     auto* title = reinterpret_cast<char*>(playlist + 1);
-    memcpy(title, report->title, title_size);
-    playlist->title = title;
+    memcpy(title, current.title, title_size);
+    *playlist = {nullptr,      current.items, current.entries, current.outcome, WplSign::none,
+                 current.type, title};
     if (playlists->link == nullptr) {
         playlists->link = &playlists->first;
     }
@@ -114,7 +94,57 @@ void checked_playlists_add(CheckedPlaylists* playlists, const PlaylistReport* re
     ++playlists->count;
 }
 
+void begin_playlist(CheckedPlaylists* playlists, const char* name) {
+    add_current(playlists);
+    playlists->current = {};
+    playlists->current.is_begun = true;
+    playlists->current.outcome = CheckedOutcome::nothing_to_play;
+    upnp_copy_text(playlists->current.title, import_path_size, name);
+}
+
+/// Notes why a playlist is not exported: the first key says it, a name only where no key does. After an item,
+/// whose dictionary ends as well, nothing is excluded.
+void exclude(CurrentPlaylist* current, CheckedOutcome outcome) {
+    const bool is_undecided = current->outcome == CheckedOutcome::reserved_name ||
+                              current->outcome == CheckedOutcome::nothing_to_play;
+    if (is_undecided && current->items == 0 && !current->is_over) {
+        current->outcome = outcome;
+    }
+}
+
+void note_file(CurrentPlaylist* current, const PlaylistEvent* event, CheckedOutcome outcome) {
+    char path[import_path_size];
+    itunes_playlist_file_path(path, import_run.temp_dir, event->type, event->title);
+    current->outcome = outcome;
+    current->type = type_in(path);
+    upnp_copy_text(current->title, import_path_size, event->title);
+}
+
+} // namespace
+
+const char* checked_outcome_word(CheckedOutcome outcome) {
+    return outcome_words[static_cast<size_t>(outcome)];
+}
+
+void checked_playlists_hear(CheckedPlaylists* playlists, const PlaylistEvent* event) {
+    CurrentPlaylist* current = &playlists->current;
+    switch (event->kind) {
+    case PlaylistEventKind::named: begin_playlist(playlists, event->title); break;
+    case PlaylistEventKind::reserved_name: current->outcome = CheckedOutcome::reserved_name; break;
+    case PlaylistEventKind::built_in: exclude(current, CheckedOutcome::built_in); break;
+    case PlaylistEventKind::smart: exclude(current, CheckedOutcome::smart); break;
+    case PlaylistEventKind::item: ++current->items; break;
+    case PlaylistEventKind::file_begun: note_file(current, event, CheckedOutcome::file); break;
+    case PlaylistEventKind::not_listed: current->outcome = CheckedOutcome::not_listed; break;
+    case PlaylistEventKind::not_writable: note_file(current, event, CheckedOutcome::not_writable); break;
+    case PlaylistEventKind::entry: ++current->entries; break;
+    case PlaylistEventKind::dictionary_end: current->is_over = true; break;
+    }
+}
+
 void checked_playlists_settle(CheckedPlaylists* playlists, const char* directory) {
+    add_current(playlists);
+    playlists->current = {};
     if (playlists->count > 0) {
         mark_replaced(playlists);
     }

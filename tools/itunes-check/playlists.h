@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "itunes/import_observer.h"
+#include "itunes/import_run.h"
 #include "tools/itunes-check/wpl_sign.h"
 
 enum class CheckedOutcome : uint8_t {
@@ -30,7 +31,19 @@ struct CheckedPlaylist {
     const char* title; // in the same block
 };
 
+/// The playlist that the import reads at the moment.
+struct CurrentPlaylist {
+    bool is_begun; // a Name line has been met
+    bool is_over;  // its dictionary has ended: keys belong to the next one, whose Name may come late
+    CheckedOutcome outcome;
+    char type; // as in CheckedPlaylist
+    uint32_t items;
+    uint32_t entries;
+    char title[import_path_size];
+};
+
 struct CheckedPlaylists {
+    CurrentPlaylist current;
     CheckedPlaylist* first; // owned
     CheckedPlaylist** link; // the link to fill next; null for an empty list
     uint32_t count;
@@ -40,10 +53,10 @@ struct CheckedPlaylists {
 /// The outcome's word in lists.
 [[nodiscard]] const char* checked_outcome_word(CheckedOutcome outcome);
 
-/// Adds a copy of what the import reported.
-void checked_playlists_add(CheckedPlaylists* playlists, const PlaylistReport* report);
+/// Takes what the import tells.
+void checked_playlists_hear(CheckedPlaylists* playlists, const PlaylistEvent* event);
 
-/// Settles, once all are there, which files are replaced and which of those that remain in `directory`, the
+/// Ends the last one and settles which files are replaced and which of those that remain in `directory`, the
 /// workspace, are no well-formed XML. Does without the former if there is no memory for it.
 void checked_playlists_settle(CheckedPlaylists* playlists, const char* directory);
 

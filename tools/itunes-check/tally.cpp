@@ -168,8 +168,8 @@ void on_track(void* context, const TrackReport* report) {
     }
 }
 
-void on_playlist(void* context, const PlaylistReport* report) {
-    checked_playlists_add(&static_cast<LibraryTally*>(context)->playlists, report);
+void on_playlist(void* context, const PlaylistEvent* event) {
+    checked_playlists_hear(&static_cast<LibraryTally*>(context)->playlists, event);
 }
 
 /// Whether the last that stands in the file, blanks and line ends aside, is the end of a property list.
