@@ -8,10 +8,18 @@
 #include <cerrno>
 #include <cstring>
 #include <dirent.h>
+#include <unistd.h>
 
 class DirectoryStream {
 public:
     explicit DirectoryStream(const char* path) : stream_(opendir(path)), error_(stream_ ? 0 : errno) {}
+    /// Reads the directory behind a descriptor, which becomes the stream's own; -1 with errno for one that failed.
+    explicit DirectoryStream(int directory)
+        : stream_(directory < 0 ? nullptr : fdopendir(directory)), error_(stream_ ? 0 : errno) {
+        if (stream_ == nullptr && directory >= 0) {
+            (void)close(directory);
+        }
+    }
     ~DirectoryStream() {
         if (stream_ != nullptr) {
             (void)closedir(stream_);
@@ -33,6 +41,9 @@ public:
         }
         return nullptr;
     }
+
+    /// The directory's descriptor, the stream's own; -1 for none.
+    [[nodiscard]] int descriptor() const { return stream_ == nullptr ? -1 : dirfd(stream_); }
 
     /// The error number of what failed, opening or reading; 0 for nothing.
     [[nodiscard]] int error() const { return error_; }
