@@ -5,9 +5,13 @@ include(GNUInstallDirs)
 set(CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE
   WORLD_READ WORLD_EXECUTE)
 set(completions_dir ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+set(zsh_dir ${CMAKE_INSTALL_DATADIR}/zsh/site-functions)
+if(CMAKE_INSTALL_PREFIX STREQUAL "/usr") # where Debian's zsh looks for what packages bring
+  set(zsh_dir ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions)
+endif()
 install(CODE "
   set(folders \"${CMAKE_INSTALL_BINDIR}\" \"${CMAKE_INSTALL_MANDIR}/man1\" \"${CMAKE_INSTALL_MANDIR}/man5\"
-    \"${completions_dir}\" \"${CMAKE_INSTALL_DOCDIR}/examples/systemd\")
+    \"${completions_dir}\" \"${zsh_dir}\" \"${CMAKE_INSTALL_DOCDIR}/examples/systemd\")
   include(\"${CMAKE_SOURCE_DIR}/cmake/install_folders.cmake\")")
 
 foreach(program itunes-import itunes-items itunes-check itunes-prepare itunes-import-night)
@@ -34,6 +38,7 @@ foreach(completion ${completions})
   cmake_path(GET completion STEM program)
   install(FILES ${completion} RENAME ${program} DESTINATION ${completions_dir})
 endforeach()
+install(FILES completions/_itunes-import DESTINATION ${zsh_dir})
 
 # Laid out as here, so that the links from one to another lead somewhere. README's links to what is for builders, or
 # is a manual page, become words.

@@ -61,6 +61,16 @@ std::string completed(const std::string& program) {
     return listed({lines.begin(), lines.end()}) + result.err;
 }
 
+/// What the completion of zsh offers for itunes-import: the beginnings of its quoted rows. It reads the options of
+/// the companions from their usage texts itself.
+std::string completed_by_zsh() {
+    std::set<std::string> options;
+    for (const std::string& piece : split(read_file(source_path("completions/_itunes-import")), '\'')) {
+        options.insert(piece.substr(0, piece.find('[')));
+    }
+    return listed(options);
+}
+
 } // namespace
 
 TEST(Pages, NameTheOptionsOfTheUsage) {
@@ -78,5 +88,6 @@ TEST(Pages, NameTheOptionsOfTheUsage) {
         EXPECT_EQ(flags(page, {".It Fl "}), options);
         EXPECT_EQ(flags(synopsis, {".Fl ", ".Op Fl "}), options);
         EXPECT_EQ(completed(program), options);
+        EXPECT_EQ(program == "itunes-import" ? completed_by_zsh() : options, options);
     }
 }
