@@ -130,7 +130,7 @@ ItemsCount count_items(const std::string& path) {
     if (descriptor < 0) {
         return unreadable(errno);
     }
-    const ItemsCount count = count_open_file(descriptor);
+    ItemsCount count = count_open_file(descriptor);
     (void)close(descriptor);
     return count;
 }
