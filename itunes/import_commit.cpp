@@ -7,6 +7,15 @@
 #include "common/upnp_text.h"
 #include "itunes/import_run.h"
 
+void import_commit_items_file() {
+    char temp_items_path[import_path_size];
+    char items_path[import_path_size];
+    import_run_temp_items_path(temp_items_path);
+    import_run_items_path(items_path);
+    (void)upnp_file_unlink(items_path);
+    (void)upnp_file_rename(temp_items_path, items_path);
+}
+
 void import_move_files(const char* pattern, const char* source_directory, const char* destination_directory) {
     if (pattern == nullptr || source_directory == nullptr || destination_directory == nullptr) {
         return;

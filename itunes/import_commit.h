@@ -3,6 +3,11 @@
 
 #include <cstdint>
 
+/// Swaps the run's items file for the one of the last run: between the unlink and the rename the server finds
+/// none, but never a partial one. Without a temporary items file it finds none afterwards either. Failures are
+/// logged by the file layer.
+void import_commit_items_file();
+
 /// Moves every entry of `source_directory` whose name contains `pattern` anywhere to `destination_directory`,
 /// replacing a file of the same name there and nothing else. That one is unlinked first, so it is gone even
 /// where the rename then fails; the entry stays for a later run, the failure is logged by the file layer, and

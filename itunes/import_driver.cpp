@@ -46,17 +46,6 @@ void report_inaccessible_library() {
     printf("Can not access iTunes library file: %s", import_run.library_path);
 }
 
-/// Swaps the items file: between the unlink and the rename the server finds none, but never a partial one.
-/// Without a temporary items file it finds none afterwards either.
-void commit_items_file() {
-    char temp_items_path[import_path_size];
-    char items_path[import_path_size];
-    import_run_temp_items_path(temp_items_path);
-    import_run_items_path(items_path);
-    (void)upnp_file_unlink(items_path);
-    (void)upnp_file_rename(temp_items_path, items_path);
-}
-
 } // namespace
 
 int itunes_import_main(int argc, char** argv) {
@@ -81,7 +70,7 @@ int itunes_import_main(int argc, char** argv) {
     }
     import_prepare_temp_dir();
     import_into_temp_dir();
-    commit_items_file();
+    import_commit_items_file();
     // Playlists follow the items file that they refer to.
     import_move_files(".wpl", import_run.temp_dir, import_run.playlist_dir);
     (void)upnp_dir_unlink(import_run.temp_dir); // refused: the empty directory stays for the next run

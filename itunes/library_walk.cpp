@@ -4,8 +4,11 @@
 #include <sched.h>
 
 #include "common/upnp_memory.h"
+#include "common/upnp_text.h"
 #include "itunes/folder_list.h"
 #include "itunes/import_observer.h"
+#include "itunes/library_values.h"
+#include "itunes/playlist_key.h"
 #include "itunes/playlist_reader.h"
 #include "itunes/plist_scanner.h"
 #include "itunes/track_list.h"
@@ -23,10 +26,10 @@ struct FolderScan {
     int32_t playlist_id;
 };
 
-/// Replaces a gathered text by the line's string; a key without a value leaves none.
-void replace_text(char** text, char* line) {
+/// Replaces a gathered text by a line's value; a key without one leaves none.
+void replace_text(char** text, const char* value) {
     upnp_free_unless_null(*text);
-    *text = itunes_get_value(line, "string");
+    *text = upnp_strdup(value);
 }
 
 /// Forgets the gathered texts. The playlist id stays, as does everything at the end of a dictionary: a
@@ -50,9 +53,9 @@ void list_folder(FolderScan* scan, bool is_wanted) {
 
 /// Invisible, smart and podcast playlists stay out of the list where the key comes before their items.
 bool keeps_out_of_list(const char* line) {
-    return itunes_line_holds(line, "<key>Visible</key><false/>") ||
-           itunes_line_holds(line, "<key>Smart Info</key>") ||
-           itunes_line_holds(line, "<key>Podcasts</key><true/>");
+    return itunes_line_holds_key(line, PlaylistKey::invisible) ||
+           itunes_line_holds_key(line, PlaylistKey::smart_info) ||
+           itunes_line_holds_key(line, PlaylistKey::podcasts);
 }
 
 /// Takes what a line tells of a playlist or folder; of several keys on the line the first one here wins.
@@ -63,17 +66,18 @@ void scan_folder_line(FolderScan* scan, char* line) {
     const bool has_id = scan->persistent_id != nullptr || scan->parent_persistent_id != nullptr;
     if (keeps_out_of_list(line)) {
         discard_texts(scan);
-    } else if (itunes_line_holds(line, "<key>Name</key>")) {
-        replace_text(&scan->name, line);
-    } else if (itunes_line_holds(line, "<key>Playlist ID</key>")) {
-        scan->playlist_id = itunes_get_integer_value(line, "integer");
-    } else if (itunes_line_holds(line, "<key>Playlist Persistent ID</key>")) {
-        replace_text(&scan->persistent_id, line);
-    } else if (itunes_line_holds(line, "<key>Parent Persistent ID</key>")) {
-        replace_text(&scan->parent_persistent_id, line);
-    } else if (itunes_line_holds(line, "<key>Folder</key><true/>")) {
+    } else if (itunes_line_holds_key(line, PlaylistKey::name)) {
+        replace_text(&scan->name, itunes_playlist_value(line, PlaylistKey::name));
+    } else if (itunes_line_holds_key(line, PlaylistKey::playlist_id)) {
+        scan->playlist_id = upnp_parse_int32(itunes_playlist_value(line, PlaylistKey::playlist_id));
+    } else if (itunes_line_holds_key(line, PlaylistKey::persistent_id)) {
+        replace_text(&scan->persistent_id, itunes_playlist_value(line, PlaylistKey::persistent_id));
+    } else if (itunes_line_holds_key(line, PlaylistKey::parent_persistent_id)) {
+        replace_text(&scan->parent_persistent_id,
+                     itunes_playlist_value(line, PlaylistKey::parent_persistent_id));
+    } else if (itunes_line_holds_key(line, PlaylistKey::folder)) {
         list_folder(scan, scan->name != nullptr || has_id);
-    } else if (itunes_line_holds(line, "<key>Playlist Items</key>")) {
+    } else if (itunes_line_holds_key(line, PlaylistKey::items)) {
         list_folder(scan, scan->name != nullptr && has_id);
     }
 }

@@ -6,12 +6,12 @@
 #include <iterator>
 #include <string_view>
 
-#include "common/upnp_memory.h"
 #include "common/upnp_text.h"
 #include "itunes/folder_path.h"
 #include "itunes/import_observer.h"
 #include "itunes/import_run.h"
 #include "itunes/playlist_file.h"
+#include "itunes/playlist_key.h"
 #include "itunes/plist_scanner.h"
 #include "itunes/track_list.h"
 #include "server/common/upnp_wpl.h"
@@ -37,15 +37,14 @@ struct PlaylistState {
     UpnpFile* output;              // the file being written, or null
 };
 
-/// Copies the line's string into a buffer of the state, which keeps its text where there is none. Returns
+/// Copies the key's value into a buffer of the state, which keeps its text where there is none. Returns
 /// whether there is one.
-bool read_text(char* buffer, char* line) {
-    char* value = itunes_get_value(line, "string");
+bool read_text(char* buffer, char* line, PlaylistKey key) {
+    const char* value = itunes_playlist_value(line, key);
     if (value == nullptr) {
         return false;
     }
     upnp_copy_text(buffer, text_size, value);
-    upnp_free(value);
     return true;
 }
 
@@ -125,16 +124,16 @@ void add_item(PlaylistState* state, int32_t track_id) {
 
 /// Any line but those that name a playlist or give its id or type.
 void read_other_line(PlaylistState* state, char* line) {
-    if (itunes_line_holds(line, "<key>Distinguished Kind</key>")) {
+    if (itunes_line_holds_key(line, PlaylistKey::distinguished_kind)) {
         upnp_copy_text(state->name, sizeof state->name, skipped_name);
         tell({.kind = PlaylistEventKind::built_in});
     }
-    if (itunes_line_holds(line, "<key>Smart Info</key>")) {
+    if (itunes_line_holds_key(line, PlaylistKey::smart_info)) {
         upnp_copy_text(state->name, sizeof state->name, skipped_name);
         tell({.kind = PlaylistEventKind::smart});
     }
-    if (itunes_line_holds(line, "<key>Track ID</key>")) {
-        const int32_t track_id = itunes_get_integer_value(line, "integer");
+    if (itunes_line_holds_key(line, PlaylistKey::track_id)) {
+        const int32_t track_id = upnp_parse_int32(itunes_playlist_value(line, PlaylistKey::track_id));
         tell({.kind = PlaylistEventKind::item, .track_id = track_id});
         if (!is_skipped(state)) {
             add_item(state, track_id);
@@ -143,12 +142,12 @@ void read_other_line(PlaylistState* state, char* line) {
 }
 
 void read_line(PlaylistState* state, char* line) {
-    if (itunes_line_holds(line, "<key>Name</key>")) {
+    if (itunes_line_holds_key(line, PlaylistKey::name)) {
         state->pending = true;
-        tell_name(state, read_text(state->name, line));
-    } else if (itunes_line_holds(line, "<key>Playlist Persistent ID</key>")) {
-        (void)read_text(state->persistent_id, line);
-    } else if (itunes_line_holds(line, "<key>Videos</key><true/>")) {
+        tell_name(state, read_text(state->name, line, PlaylistKey::name));
+    } else if (itunes_line_holds_key(line, PlaylistKey::persistent_id)) {
+        (void)read_text(state->persistent_id, line, PlaylistKey::persistent_id);
+    } else if (itunes_line_holds_key(line, PlaylistKey::videos)) {
         state->type = video_type;
     } else {
         read_other_line(state, line);

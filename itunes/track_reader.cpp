@@ -1,6 +1,7 @@
 #include "itunes/track_reader.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <sched.h>
 #include <string_view>
@@ -8,6 +9,8 @@
 #include "common/upnp_memory.h"
 #include "common/upnp_text.h"
 #include "itunes/import_observer.h"
+#include "itunes/library_key.h"
+#include "itunes/library_values.h"
 #include "itunes/plist_scanner.h"
 #include "itunes/track_list.h"
 #include "server/common/upnp_database.h"
@@ -17,11 +20,7 @@
 namespace {
 
 constexpr uint32_t number_size = 32;    // the text of a number
-constexpr size_t date_length = 19;      // YYYY-MM-DDTHH:MM:SS
 constexpr int32_t rating_per_star = 20; // iTunes rates from 0 to 100, the server from 0 to 5 stars
-
-constexpr size_t localhost_prefix_length = 16; // "file://localhost"
-constexpr size_t file_prefix_length = 5;       // "file:"
 
 // Borrowed by objects, which take writable texts.
 char local_file_protocol[] = "d";
@@ -55,14 +54,8 @@ void set_number(TrackReaderState* track, int16_t property, int32_t number) {
     track->object = db_object_createobject_set_numprop(track->object, property, number);
 }
 
-/// iTunes writes dates as date elements; a string is taken too.
-char* get_date(char* line) {
-    char* value = itunes_get_value(line, "string");
-    return value != nullptr ? value : itunes_get_value(line, "date");
-}
-
-void read_name(TrackReaderState* track, char* line) {
-    char* value = itunes_get_value(line, "string");
+void read_name(TrackReaderState* track, const char* text) {
+    char* value = upnp_strdup(text);
     if (value == nullptr) {
         return;
     }
@@ -71,38 +64,33 @@ void read_name(TrackReaderState* track, char* line) {
     add_owned(track, upnp_property_title, value);
 }
 
-void read_protected(TrackReaderState* track, char* /*line*/) {
+void read_protected(TrackReaderState* track, const char* /*value*/) {
     track->is_protected = true;
 }
 
-void read_rating(TrackReaderState* track, char* line) {
-    char* value = itunes_get_value(line, "integer");
+void read_rating(TrackReaderState* track, const char* value) {
     if (value != nullptr) {
         set_number(track, upnp_property_rating, upnp_parse_int32(value) / rating_per_star);
-        upnp_free(value);
     }
 }
 
-void read_size(TrackReaderState* track, char* line) {
-    upnp_format_number(track->size_text, sizeof track->size_text, itunes_get_integer_value(line, "integer"));
+void read_size(TrackReaderState* track, const char* value) {
+    upnp_format_number(track->size_text, sizeof track->size_text, upnp_parse_int32(value));
     add_borrowed(track, upnp_property_size, track->size_text);
 }
 
-void read_total_time(TrackReaderState* track, char* line) {
-    add_owned(track, upnp_property_duration,
-              itunes_format_duration(itunes_get_integer_value(line, "integer")));
+void read_total_time(TrackReaderState* track, const char* value) {
+    add_owned(track, upnp_property_duration, itunes_format_duration(upnp_parse_int32(value)));
 }
 
-void read_date_modified(TrackReaderState* track, char* line) {
-    char* date = get_date(line);
+void read_date_modified(TrackReaderState* track, const char* date) {
     upnp_format_number(track->modification_time_text, sizeof track->modification_time_text,
                        date == nullptr ? 0 : itunes_modification_stamp(date));
-    upnp_free_unless_null(date);
     add_borrowed(track, upnp_property_modification_time, track->modification_time_text);
 }
 
-void read_last_played(TrackReaderState* track, char* line) {
-    char* date = get_date(line);
+void read_last_played(TrackReaderState* track, const char* value) {
+    char* date = upnp_strdup(value);
     if (date == nullptr) {
         return;
     }
@@ -110,8 +98,7 @@ void read_last_played(TrackReaderState* track, char* line) {
     add_owned(track, upnp_property_last_played_time, date);
 }
 
-void read_track_type(TrackReaderState* track, char* line) {
-    char* value = itunes_get_value(line, "string");
+void read_track_type(TrackReaderState* track, const char* value) {
     if (value == nullptr) {
         return;
     }
@@ -120,23 +107,22 @@ void read_track_type(TrackReaderState* track, char* line) {
     } else if (strcmp(value, "URL") == 0) {
         track->protocol = url_protocol;
     }
-    upnp_free(value);
 }
 
-void read_year(TrackReaderState* track, char* line) {
-    add_owned(track, upnp_property_date, itunes_get_value(line, "integer"));
+void read_year(TrackReaderState* track, const char* value) {
+    add_owned(track, upnp_property_date, upnp_strdup(value));
 }
 
-void read_has_video(TrackReaderState* track, char* /*line*/) {
+void read_has_video(TrackReaderState* track, const char* /*value*/) {
     track->has_video = true;
 }
 
-void read_compilation(TrackReaderState* track, char* /*line*/) {
+void read_compilation(TrackReaderState* track, const char* /*value*/) {
     set_number(track, upnp_property_compilation, 1);
 }
 
-void read_location(TrackReaderState* track, char* line) {
-    char* value = itunes_get_value(line, "string");
+void read_location(TrackReaderState* track, const char* text) {
+    char* value = upnp_strdup(text);
     if (value == nullptr) {
         return;
     }
@@ -154,56 +140,65 @@ void read_location(TrackReaderState* track, char* line) {
 }
 
 enum class TrackKeyKind : uint8_t {
-    text,               // the string goes to the property; nothing without one
-    number,             // the integer goes to the property; 0 without one
-    number_unless_zero, // the integer goes to the property unless it is 0 or absent
+    text,               // the value goes to the property; nothing without one
+    number,             // the value goes to the property as a number; 0 without one
+    number_unless_zero, // likewise, unless it is 0 or absent
     own,                // the row's function does it
 };
 
 struct TrackKey {
     std::string_view literal;
+    uint8_t elements; // that the value is taken from
     TrackKeyKind kind;
     int16_t property;
-    void (*read)(TrackReaderState* track, char* line);
+    void (*read)(TrackReaderState* track, const char* value); // null for none
 };
+
+// What the rows call the elements. iTunes writes dates as date elements; a string is taken too.
+constexpr uint8_t text_element = library_element_string;
+constexpr uint8_t integer_element = library_element_integer;
+constexpr uint8_t date_element = library_element_date | library_element_string;
+constexpr uint8_t true_element = library_element_true;
 
 // The first row that a line holds wins.
 // clang-format off
 constexpr TrackKey track_keys[] = {
-    {"<key>Name</key>",                TrackKeyKind::own,                0,                                  read_name},
-    {"<key>Artist</key>",              TrackKeyKind::text,               upnp_property_artist,               nullptr},
-    {"<key>Album Artist</key>",        TrackKeyKind::text,               upnp_property_album_artist,         nullptr},
-    {"<key>Protected</key><true/>",    TrackKeyKind::own,                0,                                  read_protected},
-    {"<key>Composer</key>",            TrackKeyKind::text,               upnp_property_author,               nullptr},
-    {"<key>Album</key>",               TrackKeyKind::text,               upnp_property_album,                nullptr},
-    {"<key>Rating</key>",              TrackKeyKind::own,                0,                                  read_rating},
-    {"<key>Genre</key>",               TrackKeyKind::text,               upnp_property_genre,                nullptr},
-    {"<key>Size</key>",                TrackKeyKind::own,                0,                                  read_size},
-    {"<key>Total Time</key>",          TrackKeyKind::own,                0,                                  read_total_time},
-    {"<key>Track Number</key>",        TrackKeyKind::number_unless_zero, upnp_property_track_number,         nullptr},
-    {"<key>Bit Rate</key>",            TrackKeyKind::number_unless_zero, upnp_property_bitrate,              nullptr},
-    {"<key>Sample Rate</key>",         TrackKeyKind::number_unless_zero, upnp_property_sample_frequency,     nullptr},
-    {"<key>Play Count</key>",          TrackKeyKind::number,             upnp_property_playcount,            nullptr},
-    {"<key>Disc Count</key>",          TrackKeyKind::number,             upnp_property_number_of_discs,      nullptr},
-    {"<key>Disc Number</key>",         TrackKeyKind::number,             upnp_property_number_of_this_disc,  nullptr},
-    {"<key>Date Modified</key>",       TrackKeyKind::own,                0,                                  read_date_modified},
-    {"<key>Play Date UTC</key>",       TrackKeyKind::own,                0,                                  read_last_played},
-    {"<key>Track Type</key>",          TrackKeyKind::own,                0,                                  read_track_type},
-    {"<key>Year</key>",                TrackKeyKind::own,                0,                                  read_year},
-    {"<key>Has Video</key><true/>",    TrackKeyKind::own,                0,                                  read_has_video},
-    {"<key>Compilation</key><true/>",  TrackKeyKind::own,                0,                                  read_compilation},
-    {"<key>Location</key>",            TrackKeyKind::own,                0,                                  read_location},
+    {"<key>Name</key>",                text_element,    TrackKeyKind::own,                 0,                                  read_name},
+    {"<key>Artist</key>",              text_element,    TrackKeyKind::text,                upnp_property_artist,               nullptr},
+    {"<key>Album Artist</key>",        text_element,    TrackKeyKind::text,                upnp_property_album_artist,         nullptr},
+    {"<key>Protected</key><true/>",    true_element,    TrackKeyKind::own,                 0,                                  read_protected},
+    {"<key>Composer</key>",            text_element,    TrackKeyKind::text,                upnp_property_author,               nullptr},
+    {"<key>Album</key>",               text_element,    TrackKeyKind::text,                upnp_property_album,                nullptr},
+    {"<key>Rating</key>",              integer_element, TrackKeyKind::own,                 0,                                  read_rating},
+    {"<key>Genre</key>",               text_element,    TrackKeyKind::text,                upnp_property_genre,                nullptr},
+    {"<key>Size</key>",                integer_element, TrackKeyKind::own,                 0,                                  read_size},
+    {"<key>Total Time</key>",          integer_element, TrackKeyKind::own,                 0,                                  read_total_time},
+    {"<key>Track Number</key>",        integer_element, TrackKeyKind::number_unless_zero,  upnp_property_track_number,         nullptr},
+    {"<key>Bit Rate</key>",            integer_element, TrackKeyKind::number_unless_zero,  upnp_property_bitrate,              nullptr},
+    {"<key>Sample Rate</key>",         integer_element, TrackKeyKind::number_unless_zero,  upnp_property_sample_frequency,     nullptr},
+    {"<key>Play Count</key>",          integer_element, TrackKeyKind::number,              upnp_property_playcount,            nullptr},
+    {"<key>Disc Count</key>",          integer_element, TrackKeyKind::number,              upnp_property_number_of_discs,      nullptr},
+    {"<key>Disc Number</key>",         integer_element, TrackKeyKind::number,              upnp_property_number_of_this_disc,  nullptr},
+    {"<key>Date Modified</key>",       date_element,    TrackKeyKind::own,                 0,                                  read_date_modified},
+    {"<key>Play Date UTC</key>",       date_element,    TrackKeyKind::own,                 0,                                  read_last_played},
+    {"<key>Track Type</key>",          text_element,    TrackKeyKind::own,                 0,                                  read_track_type},
+    {"<key>Year</key>",                integer_element, TrackKeyKind::own,                 0,                                  read_year},
+    {"<key>Has Video</key><true/>",    true_element,    TrackKeyKind::own,                 0,                                  read_has_video},
+    {"<key>Compilation</key><true/>",  true_element,    TrackKeyKind::own,                 0,                                  read_compilation},
+    {"<key>Location</key>",            text_element,    TrackKeyKind::own,                 0,                                  read_location},
 };
 // clang-format on
 
 constexpr std::string_view key_tag = "<key>";
 
-/// Every literal begins with "<key>" and none begins another: a place in a line matches one row at most.
+/// Each literal goes with its elements, and none begins another: a place in a line matches one row at most.
 consteval bool key_table_is_sound() {
     for (const TrackKey& key : track_keys) {
+        if (!library_key_is_sound(key.literal, key.elements)) {
+            return false;
+        }
         for (const TrackKey& other : track_keys) {
-            if (!key.literal.starts_with(key_tag) ||
-                (&key != &other && other.literal.starts_with(key.literal))) {
+            if (&key != &other && other.literal.starts_with(key.literal)) {
                 return false;
             }
         }
@@ -211,6 +206,14 @@ consteval bool key_table_is_sound() {
     return true;
 }
 static_assert(key_table_is_sound());
+
+constexpr auto offered_keys = [] {
+    std::array<LibraryKey, std::size(track_keys)> keys = {};
+    std::ranges::transform(track_keys, keys.begin(), [](const TrackKey& key) {
+        return LibraryKey{library_key_name(key.literal), key.elements};
+    });
+    return keys;
+}();
 
 /// Returns the first row that the line holds, or null. One search for "<key>" serves the whole table.
 const TrackKey* find_key(const char* line) {
@@ -229,19 +232,18 @@ const TrackKey* find_key(const char* line) {
 }
 
 void read_key(TrackReaderState* track, const TrackKey& key, char* line) {
+    const char* value = itunes_find_value(line, key.elements);
     switch (key.kind) {
-    case TrackKeyKind::text: add_owned(track, key.property, itunes_get_value(line, "string")); break;
-    case TrackKeyKind::number:
-        set_number(track, key.property, itunes_get_integer_value(line, "integer"));
-        break;
+    case TrackKeyKind::text: add_owned(track, key.property, upnp_strdup(value)); break;
+    case TrackKeyKind::number: set_number(track, key.property, upnp_parse_int32(value)); break;
     case TrackKeyKind::number_unless_zero: {
-        const int32_t number = itunes_get_integer_value(line, "integer");
+        const int32_t number = upnp_parse_int32(value);
         if (number != 0) {
             set_number(track, key.property, number);
         }
         break;
     }
-    case TrackKeyKind::own: key.read(track, line); break;
+    case TrackKeyKind::own: key.read(track, value); break;
     }
 }
 
@@ -279,18 +281,6 @@ void finish_track(int32_t track_id, TrackReaderState* track, UpnpFile* items) {
     upnp_database_object_free(track->earlier_locations);
 }
 
-bool is_separator(char character) {
-    return character == '/' || character == '\\';
-}
-
-/// Skips the "//HOST" or "\\HOST" of a network share; the path keeps its leading separator.
-const char* skip_network_host(const char* path) {
-    if (!is_separator(path[0]) || path[1] != path[0]) {
-        return path;
-    }
-    return path + 2 + strcspn(path + 2, "/\\");
-}
-
 } // namespace
 
 void itunes_read_track(int32_t track_id, UpnpFile* library, UpnpFile* items) {
@@ -318,33 +308,6 @@ const char* itunes_track_key(const char* line) {
     return key == nullptr ? nullptr : key->literal.data();
 }
 
-char* itunes_location_to_path(char* location) {
-    if (location == nullptr) {
-        return nullptr;
-    }
-    size_t length = strlen(location);
-    if (length > 0 && location[length - 1] == '/') {
-        location[--length] = '\0';
-    }
-    const size_t prefix_length =
-        strstr(location, "localhost") != nullptr ? localhost_prefix_length : file_prefix_length;
-    const char* path = prefix_length < length ? location + prefix_length : location + length;
-    if (strnlen(path, 3) == 3 && path[2] == ':') {
-        ++path;
-    }
-    return upnp_strdup(skip_network_host(path));
-}
-
-int32_t itunes_modification_stamp(const char* date) {
-    unsigned char text[date_length + 1] = {};
-    if (date != nullptr) {
-        memcpy(text, date, strnlen(date, date_length));
-    }
-    // Unsigned arithmetic wraps as 32-bit signed numbers do; nothing checks that the characters are digits.
-    const auto digit = [&text](size_t position) { return uint32_t{text[position]} - uint32_t{'0'}; };
-    const auto two_digits = [&digit](size_t position) { return digit(position) * 10 + digit(position + 1); };
-    const uint32_t year = two_digits(0) * 100 + two_digits(2);
-    const uint32_t days = (year - 1980) * 366 + two_digits(5) * 31 + two_digits(8);
-    const uint32_t seconds = days * 86400 + two_digits(11) * 3600 + two_digits(14) * 60 + two_digits(17);
-    return static_cast<int32_t>(seconds);
+std::span<const LibraryKey> itunes_track_keys() {
+    return offered_keys;
 }

@@ -15,15 +15,3 @@ void itunes_read_track(int32_t track_id, UpnpFile* library, UpnpFile* items);
 /// Returns the key literal that the track reader takes from this line, as "<key>Name</key>"; with its value
 /// where that is part of it, as "<key>Protected</key><true/>". Null for none and for a null line.
 [[nodiscard]] const char* itunes_track_key(const char* line);
-
-/// Returns the local path in a decoded file URL as a new text that the caller frees: without its first 5
-/// characters ("file:"), or 16 where it holds "localhost" ("file://localhost"), the slash before a drive
-/// letter, the host of a network share, and one closing slash, which is cut off `location` itself. Empty
-/// where a location is shorter than its prefix or a share has no path; null without memory and for a null
-/// location.
-[[nodiscard]] char* itunes_location_to_path(char* location);
-
-/// Returns a stamp that grows with the date, for a text like 2008-03-15T10:20:30Z: seconds in a calendar of
-/// its own, of 31-day months and 366-day years, that starts with 1980. It wraps to negative numbers late in
-/// 2047. A shorter text reads as if filled with NUL characters.
-[[nodiscard]] int32_t itunes_modification_stamp(const char* date);

@@ -4,6 +4,7 @@
 
 #include <sstream>
 
+#include "itunes/library_values.h"
 #include "itunes/plist_scanner.h"
 #include "itunes/track_reader.h"
 

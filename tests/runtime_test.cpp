@@ -16,6 +16,7 @@
 #include "itunes/import_commit.h"
 #include "itunes/import_driver.h"
 #include "itunes/library_setting.h"
+#include "itunes/library_values.h"
 #include "itunes/library_walk.h"
 #include "itunes/playlist_file.h"
 #include "itunes/playlist_reader.h"

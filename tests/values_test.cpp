@@ -4,6 +4,8 @@
 
 #include <climits>
 
+#include "itunes/library_key.h"
+#include "itunes/library_values.h"
 #include "itunes/plist_scanner.h"
 #include "itunes/track_reader.h"
 
@@ -28,6 +30,26 @@ TEST(Values, StandBetweenTheFirstOpeningTagAndTheFirstClosingTagAfterIt) {
               "(none)(none)(none)");
     char number[] = "<integer> -12kg</integer>";
     EXPECT_EQ(itunes_get_integer_value(number, "integer"), -12);
+    char nameless[] = "a<b><>c</b></>";
+    EXPECT_EQ(take(itunes_get_value(nameless, "")), "c</b>");
+    char two[] = "<date>d</date><string>s</string>";
+    EXPECT_STREQ(itunes_find_value(two, library_element_date | library_element_string), "s");
+}
+
+TEST(Values, OfEachKeyAreTakenFromTheElementsThatAreOffered) {
+    std::string offered;
+    for (const std::span<const LibraryKey> keys : {itunes_track_keys(), itunes_playlist_keys()}) {
+        for (const LibraryKey& key : keys) {
+            offered += std::string(key.name) + " " + std::to_string(key.elements) + "; ";
+        }
+    }
+    EXPECT_EQ(
+        offered,
+        "Name 1; Artist 1; Album Artist 1; Protected 8; Composer 1; Album 1; Rating 2; Genre 1; Size 2; "
+        "Total Time 2; Track Number 2; Bit Rate 2; Sample Rate 2; Play Count 2; Disc Count 2; Disc Number 2; "
+        "Date Modified 5; Play Date UTC 5; Track Type 1; Year 2; Has Video 8; Compilation 8; Location 1; "
+        "Name 1; Playlist ID 2; Playlist Persistent ID 1; Parent Persistent ID 1; Folder 8; Visible 16; "
+        "Distinguished Kind 32; Podcasts 8; Videos 8; Smart Info 32; ");
 }
 
 TEST(Values, AreDecodedInPlace) {

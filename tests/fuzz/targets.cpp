@@ -8,6 +8,7 @@
 #include "common/upnp_memory.h"
 #include "common/upnp_text.h"
 #include "itunes/import_run.h"
+#include "itunes/library_values.h"
 #include "itunes/library_walk.h"
 #include "itunes/plist_scanner.h"
 #include "itunes/track_reader.h"

@@ -9,6 +9,7 @@
 #include "common/upnp_text.h"
 #include "itunes/import_run.h"
 #include "itunes/import_workspace.h"
+#include "itunes/library_values.h"
 #include "itunes/plist_scanner.h"
 #include "itunes/track_reader.h"
 #include "tools/shared/count_records.h"
