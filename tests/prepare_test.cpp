@@ -15,9 +15,8 @@ protected:
             GTEST_SKIP() << "needs " << python;
         }
     }
-    RunResult prepare(std::vector<std::string> arguments) {
-        arguments.insert(arguments.begin(), source_path("tools/itunes-prepare/itunes-prepare"));
-        return run_program(python, arguments);
+    static RunResult prepare(const std::vector<std::string>& arguments) {
+        return run_program(TEST_PREPARE_PROGRAM, arguments);
     }
     TempDir folder;
 };

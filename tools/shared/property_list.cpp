@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "tools/shared/text_output.h"
+#include "tools/shared/utf8.h"
 
 namespace {
 
@@ -35,21 +36,8 @@ bool is_container(PlistElement element) {
     return element >= PlistElement::dict && element != PlistElement::none;
 }
 
-/// The first characters of a text in UTF-8.
-std::string_view first_characters(std::string_view text, size_t count) {
-    size_t length = 0;
-    while (length < text.size()) {
-        const bool begins_character = (static_cast<unsigned char>(text[length]) & 0xC0U) != 0x80U;
-        if (begins_character && count-- == 0) {
-            break;
-        }
-        ++length;
-    }
-    return text.substr(0, length);
-}
-
 std::string shown_name(const char* name) {
-    return escaped(first_characters(name, shown_limit));
+    return escaped(utf8_first_characters(name, shown_limit));
 }
 
 /// Reads until the block is full or the file at its end; -1, with errno, for an error.
@@ -94,8 +82,6 @@ void PropertyList::refuse(std::string reason) {
         return;
     }
     result_.state = PropertyListState::damaged;
-    result_.line = XML_GetCurrentLineNumber(parser_);
-    result_.column = XML_GetCurrentColumnNumber(parser_) + 1;
     result_.reason = std::move(reason);
     (void)XML_StopParser(parser_,
                          XML_FALSE); // which fails before the first event; the caller looks at the state
@@ -150,7 +136,7 @@ void PropertyList::add_text(std::string_view text) {
 void PropertyList::finish_value() {
     std::string& text = open_ == PlistElement::key ? key_ : text_;
     if (text.size() > text_limit) {
-        text.resize(first_characters(text, text_limit).size());
+        text.resize(utf8_first_characters(text, text_limit).size());
     }
     const PlistElement element = std::exchange(open_, PlistElement::none);
     if (element == PlistElement::key) {
@@ -259,5 +245,10 @@ PropertyListResult PropertyList::read(int descriptor, PlistContainer* file) {
     levels_.assign(1, {file, PlistElement::none});
     listen();
     read_blocks(descriptor);
+    if (result_.state ==
+        PropertyListState::damaged) { // where the parser has stopped: behind what was refused
+        result_.line = XML_GetCurrentLineNumber(parser_);
+        result_.column = XML_GetCurrentColumnNumber(parser_) + 1;
+    }
     return result_;
 }

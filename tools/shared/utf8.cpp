@@ -24,6 +24,18 @@ Utf8Character utf8_first(std::string_view text) {
     return {code, length};
 }
 
+std::string_view utf8_first_characters(std::string_view text, size_t count) {
+    size_t length = 0;
+    while (length < text.size()) {
+        const bool begins_character = (static_cast<unsigned char>(text[length]) & 0xC0U) != 0x80U;
+        if (begins_character && count-- == 0) {
+            break;
+        }
+        ++length;
+    }
+    return text.substr(0, length);
+}
+
 bool is_second_byte(unsigned lead, unsigned second) {
     const unsigned lowest = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
     const unsigned highest = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;

@@ -13,6 +13,9 @@ struct Utf8Character {
 /// The character at the beginning of the text; of length 0 for an empty text, too.
 [[nodiscard]] Utf8Character utf8_first(std::string_view text);
 
+/// The first `count` characters of a text that is UTF-8; the whole text where it has no more.
+[[nodiscard]] std::string_view utf8_first_characters(std::string_view text, size_t count);
+
 /// Whether UTF-8 may have the byte `second` behind the byte `lead`, which begins a character: narrower where it
 /// would make an overlong form, a surrogate or more than U+10FFFF.
 [[nodiscard]] bool is_second_byte(unsigned lead, unsigned second);

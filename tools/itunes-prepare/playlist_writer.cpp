@@ -1,0 +1,126 @@
+#include "tools/itunes-prepare/playlist_writer.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <iterator>
+
+#include "tools/shared/library_reader.h"
+#include "tools/shared/utf8.h"
+
+namespace {
+
+constexpr size_t id_limit = 127;        // characters of an id that is kept
+constexpr size_t shown_name_limit = 60; // characters of a name in the report
+
+// The import gives these no file, whoever made them.
+constexpr std::string_view reserved_names[] = {"smartplaylist", "Library", "Recently Added", "Music",
+                                               "Podcasts"};
+
+} // namespace
+
+void PlaylistMaker::begin() {
+    report_->count_playlist();
+    values_.clear();
+    playlist_.items.clear();
+}
+
+void PlaylistMaker::add(std::string_view key, PlistElement element, std::string_view text) {
+    const LibraryKey* row = library_key_row(itunes_playlist_keys(), key, element);
+    if (row != nullptr) {
+        values_[row->name] = text;
+    }
+}
+
+std::string_view PlaylistMaker::value(std::string_view key) const {
+    const auto place = values_.find(key);
+    return place == values_.end() ? std::string_view() : place->second;
+}
+
+void PlaylistMaker::add_string(std::string_view key, std::string_view text) {
+    if (make_string_line(&line_, key, {as_references(text)}, text) == LineReading::too_long) {
+        report_->count(PrepareReport::too_long,
+                       std::string(key) + " of playlist " +
+                           std::string(utf8_first_characters(value("Name"), shown_name_limit)));
+    }
+    playlist_.head += line_;
+}
+
+void PlaylistMaker::add_number(std::string_view key) {
+    std::string number;
+    if (!library_integer(value(key), &number)) {
+        number = "0";
+    }
+    (void)make_integer_line(&line_, key, number); // the import reads no more than that it is there
+    playlist_.head += line_;
+}
+
+/// The persistent id to write: the playlist's own where it has one that no other has. Without one the import
+/// would take that of the playlist before it.
+std::string PlaylistMaker::new_id() {
+    std::string id(value("Playlist Persistent ID"));
+    if (id.empty() || ids_.contains(id) || utf8_first_characters(id, id_limit).size() < id.size()) {
+        id = "itunes-prepare-" + std::to_string(report_->playlists());
+        while (ids_.contains(id)) {
+            id += '\'';
+        }
+    }
+    ids_.insert(id);
+    return id;
+}
+
+const PreparedPlaylist& PlaylistMaker::end() {
+    const std::string_view name = value("Name");
+    const bool is_hidden = has("Visible") || has("Podcasts");
+    const bool gets_no_file = has("Distinguished Kind") || has("Smart Info") ||
+                              std::ranges::find(reserved_names, name) != std::end(reserved_names);
+    playlist_.head = "\t\t<dict>\n";
+    add_string("Name", name);
+    add_number("Playlist ID");
+    add_string("Playlist Persistent ID", new_id());
+    if (!name.empty() &&
+        !value("Parent Persistent ID").empty()) { // a nameless one would be titled as its folder is
+        add_string("Parent Persistent ID", value("Parent Persistent ID"));
+    }
+    // The folder first: what hides or skips the playlist itself keeps no folder out of titles.
+    if (has("Folder")) {
+        make_flag_line(&line_, "Folder", "true");
+        playlist_.head += line_;
+        if (is_hidden) {
+            playlist_.items.clear();
+        }
+    }
+    if (has("Visible")) {
+        make_flag_line(&line_, "Visible", "false");
+        playlist_.head += line_;
+    }
+    if (has("Distinguished Kind")) {
+        add_number("Distinguished Kind");
+    }
+    if (has("Podcasts")) {
+        make_flag_line(&line_, "Podcasts", "true");
+        playlist_.head += line_;
+    }
+    playlist_.wants_videos = has("Videos") && !gets_no_file;
+    playlist_.tail = has("Smart Info") ? "\t\t\t<key>Smart Info</key><data></data>\n" : "";
+    return playlist_;
+}
+
+void write_playlist(BufferedWriter* output, const PreparedPlaylist& playlist,
+                    const PlayableTracks& playable) {
+    output->write(playlist.head);
+    // Where nothing begins a file, the import would make the next playlist a list of videos.
+    if (playlist.wants_videos &&
+        std::ranges::any_of(playlist.items, [&playable](int32_t id) { return playable.contains(id); })) {
+        output->write("\t\t\t<key>Videos</key><true/>\n");
+    }
+    output->write(playlist.tail);
+    output->write("\t\t\t<key>Playlist Items</key>\n\t\t\t<array>\n");
+    for (const int32_t track_id : playlist.items) {
+        char line[64];
+        const int length =
+            snprintf(line, sizeof line, "\t\t\t\t<dict><key>Track ID</key><integer>%d</integer></dict>\n",
+                     static_cast<int>(track_id));
+        output->write({line, static_cast<size_t>(length)});
+    }
+    output->write("\t\t\t</array>\n\t\t</dict>\n");
+}

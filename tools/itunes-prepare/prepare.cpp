@@ -1,0 +1,176 @@
+#include "tools/itunes-prepare/prepare.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "tools/itunes-prepare/library_writer.h"
+#include "tools/shared/text_output.h"
+
+namespace {
+
+constexpr char program[] = "itunes-prepare";
+constexpr size_t block_size = 1U << 16;
+
+std::string reason(int error) {
+    return strerror(error); // NOLINT(concurrency-mt-unsafe): the text is copied at once
+}
+
+std::string shown_output(const PrepareRequest& request) {
+    return request.output.empty() || request.output == "-" ? "standard output" : escaped(request.output);
+}
+
+/// Where the library goes.
+struct Target {
+    int descriptor = -1;    // of this process, or -1 for a path
+    bool is_stream = false; // written into what is there, a device or a pipe, instead of replacing it
+    int error = 0;
+};
+
+Target target_of(const std::string& output) {
+    Target target;
+    if (output.empty() || output == "-") {
+        return {STDOUT_FILENO, true, 0};
+    }
+    (void)followed_links(output, &target.descriptor);
+    struct stat status = {};
+    if (target.descriptor >= 0) {
+        target.is_stream = true;
+    } else if (stat(output.c_str(), &status) == 0) {
+        target.is_stream = !S_ISREG(status.st_mode);
+    } else if (errno != ENOENT) {
+        target.error = errno;
+    }
+    return target;
+}
+
+class Preparation {
+public:
+    explicit Preparation(const PrepareRequest& request)
+        : request_(request), looks_(request.looks_for_spellings || request.wants_report),
+          places_(request.maps, request.looks_for_spellings ? PlaceSearch::spellings
+                                : looks_                    ? PlaceSearch::as_it_is
+                                                            : PlaceSearch::none) {}
+
+    PrepareResult run() {
+        const Target target = target_of(request_.output);
+        if (!open_input()) {
+            return std::move(result_);
+        }
+        if (target.error != 0) {
+            fail_writing(target.error);
+        } else if (target.is_stream) {
+            write_stream(target);
+        } else {
+            write_file();
+        }
+        if (result_.failure.empty()) {
+            result_.report = result_.counts.text(request_.wants_report, looks_);
+        }
+        return std::move(result_);
+    }
+
+private:
+    bool open_input() {
+        input_ = Descriptor(request_.input == "-" ? fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0)
+                                                  : open(request_.input.c_str(), O_RDONLY | O_CLOEXEC));
+        char none = 0;
+        if (!input_.is_open() ||
+            read(input_.number(), &none, 0) != 0) { // a directory opens, but does not read
+            result_.failure = "can not open " + escaped(request_.input) + ": " + reason(errno);
+            return false;
+        }
+        return true;
+    }
+
+    void fail_writing(int error) {
+        result_.failure = "can not write " + shown_output(request_) + ": " + reason(error);
+    }
+
+    /// Writes the library to the descriptor; false where that failed, with its failure noted.
+    bool write_library(int descriptor, const std::string& folder) {
+        BufferedWriter output(descriptor);
+        LibraryWriter writer(&output, &places_, &result_.counts, folder);
+        const PropertyListResult reading = read_library(input_.number(), &writer);
+        const std::string input = escaped(request_.input);
+        const int error = writer.finish();
+        if (!writer.failure().empty()) {
+            result_.failure = writer.failure();
+        } else if (reading.state == PropertyListState::unreadable) {
+            result_.failure = "can not read " + input + ": " + reason(reading.error);
+        } else if (reading.state == PropertyListState::damaged) {
+            result_.failure = input + ": line " + std::to_string(reading.line) + ", column " +
+                              std::to_string(reading.column) + ": " + reading.reason;
+        } else if (error != 0) {
+            fail_writing(error);
+        }
+        return result_.failure.empty();
+    }
+
+    /// A stream gets nothing before the whole input has been read.
+    void write_stream(const Target& target) {
+        const Descriptor waiting = unnamed_file("");
+        if (!waiting.is_open()) {
+            result_.failure = "can not make a temporary file: " + reason(errno);
+            return;
+        }
+        if (!write_library(waiting.number(), "")) {
+            return;
+        }
+        Descriptor opened;
+        if (target.descriptor < 0) {
+            opened = Descriptor(open(request_.output.c_str(), O_WRONLY | O_CLOEXEC));
+        }
+        const int descriptor = target.descriptor < 0 ? opened.number() : target.descriptor;
+        const int error = descriptor < 0 ? errno : copy(waiting.number(), descriptor);
+        if (error != 0) {
+            fail_writing(error);
+        }
+    }
+
+    static int copy(int source, int target) {
+        if (lseek(source, 0, SEEK_SET) != 0) {
+            return errno;
+        }
+        std::string block(block_size, '\0');
+        for (;;) {
+            const ssize_t length = read(source, block.data(), block.size());
+            if (length <= 0) {
+                return length < 0 ? errno : 0;
+            }
+            const int error = write_all(target, {block.data(), static_cast<size_t>(length)});
+            if (error != 0) {
+                return error;
+            }
+        }
+    }
+
+    void write_file() {
+        WholeFile file;
+        int error = file.open(request_.output, program, request_.watch);
+        if (error == 0) {
+            const std::string folder = folder_of(request_.output);
+            if (!write_library(file.descriptor(), folder.empty() ? "." : folder)) {
+                return;
+            }
+            error = file.publish();
+        }
+        if (error != 0) {
+            fail_writing(error);
+        }
+    }
+
+    const PrepareRequest& request_;
+    const bool looks_;
+    Places places_;
+    Descriptor input_;
+    PrepareResult result_;
+};
+
+} // namespace
+
+PrepareResult prepare_library(const PrepareRequest& request) {
+    return Preparation(request).run();
+}

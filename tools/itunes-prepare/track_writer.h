@@ -1,0 +1,72 @@
+#pragma once
+// Writes tracks in the layout that the import reads, with the paths of this machine.
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tools/itunes-prepare/library_key.h"
+#include "tools/itunes-prepare/library_line.h"
+#include "tools/itunes-prepare/prepare_report.h"
+#include "tools/shared/buffered_writer.h"
+#include "tools/shared/places.h"
+#include "tools/shared/property_list.h"
+
+/// Which tracks can be played from playlists: eight bytes for each.
+class PlayableTracks {
+public:
+    void add(int32_t track_id, bool has_location) { tracks_.push_back({track_id, has_location}); }
+    /// To be called once all are there.
+    void settle();
+    [[nodiscard]] bool contains(int32_t track_id) const;
+
+private:
+    struct Track {
+        int32_t id;
+        bool has_location;
+    };
+    std::vector<Track> tracks_; // sorted by id; of equal ones the first counts, as in the import
+};
+
+class TrackWriter {
+public:
+    /// Everything is borrowed.
+    TrackWriter(BufferedWriter* output, Places* places, PrepareReport* report, PlayableTracks* playable)
+        : output_(output), places_(places), report_(report), playable_(playable) {}
+
+    void begin(std::string_view key);
+    void add(std::string_view key, PlistElement element, std::string_view text);
+    /// Writes the track.
+    void end();
+
+private:
+    struct KeyLine {
+        const LibraryKey* key;
+        std::string text;
+    };
+
+    std::string* line_of(const LibraryKey* key);
+    void note(LineReading reading, std::string_view key);
+    LineReading make_location();
+
+    BufferedWriter* output_;
+    Places* places_;
+    PrepareReport* report_;
+    PlayableTracks* playable_;
+
+    std::string number_;         // the dictionary's own Track ID comes to stand here
+    std::vector<KeyLine> lines_; // in the order of the library, which is the order of a record's properties
+    size_t line_count_ = 0;      // of those that are this track's
+    std::string type_;
+    std::optional<std::string> location_;
+    std::string location_line_;
+    bool is_protected_ = false;
+};
+
+/// The row of a key in a table of the import; null for a key that it does not read, and for an element that it does
+/// not take the value from.
+[[nodiscard]] const LibraryKey* library_key_row(std::span<const LibraryKey> rows, std::string_view key,
+                                                PlistElement element);

@@ -1,0 +1,66 @@
+#include "tools/shared/places.h"
+
+#include <algorithm>
+#include <functional>
+#include <sys/stat.h>
+
+#include "tools/shared/library_location.h"
+
+namespace {
+
+bool exists(const std::string& path) {
+    struct stat status = {};
+    return stat(path.c_str(), &status) == 0;
+}
+
+} // namespace
+
+Places::Places(std::vector<PathMap> maps, PlaceSearch search) : maps_(std::move(maps)), search_(search) {
+    std::ranges::stable_sort(maps_, std::greater<>(), [](const PathMap& map) { return map.start().size(); });
+}
+
+/// The paths that may be meant. A map may name a network share with its host or without.
+Places::Candidates Places::candidates(std::string_view path) const {
+    std::vector<std::string> forms = {std::string(path)};
+    if (path.starts_with("//")) {
+        forms.push_back(path_without_host(path));
+    }
+    for (const PathMap& map : maps_) {
+        std::vector<std::string> mapped;
+        for (const std::string& form : forms) {
+            std::optional<std::string> target = map.apply(form);
+            if (target) {
+                mapped.push_back(std::move(*target));
+            }
+        }
+        if (!mapped.empty()) {
+            return {std::move(mapped), true};
+        }
+    }
+    forms.erase(forms.begin(), forms.end() - 1);
+    return {std::move(forms), false};
+}
+
+std::string Places::mapped(std::string_view path) const {
+    return candidates(path).paths.front();
+}
+
+Place Places::find(std::string_view path) {
+    const Candidates candidates = this->candidates(path);
+    if (search_ == PlaceSearch::none) {
+        return {candidates.paths.front(), Place::State::not_looked_for, candidates.are_mapped};
+    }
+    const auto there = std::ranges::find_if(candidates.paths, exists);
+    if (there != candidates.paths.end()) {
+        return {*there, Place::State::found, candidates.are_mapped};
+    }
+    if (search_ == PlaceSearch::spellings) {
+        for (const std::string& candidate : candidates.paths) {
+            const SpellingAnswer answer = spellings_.find(candidate);
+            if (!answer.found.empty()) {
+                return {answer.found, Place::State::respelled, candidates.are_mapped};
+            }
+        }
+    }
+    return {candidates.paths.front(), Place::State::missing, candidates.are_mapped};
+}

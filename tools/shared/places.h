@@ -1,0 +1,51 @@
+#pragma once
+// Finds where the files of a library's tracks are on this machine.
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tools/shared/path_map.h"
+#include "tools/shared/spelling_search.h"
+
+/// How far a file is looked for.
+enum class PlaceSearch {
+    none,      // not at all: the likeliest path is taken
+    as_it_is,  // whether it is there
+    spellings, // under other spellings, too
+};
+
+struct Place {
+    enum class State {
+        not_looked_for,
+        found,
+        respelled, // found under another spelling
+        missing,
+    };
+    std::string path; // the likeliest one where nothing was found
+    State state = State::not_looked_for;
+    bool is_mapped = false;
+};
+
+class Places {
+public:
+    /// Of maps that fit a path, that with the longest start counts.
+    Places(std::vector<PathMap> maps, PlaceSearch search);
+
+    /// Where the file is that the library has at `path` (library_location.h).
+    [[nodiscard]] Place find(std::string_view path);
+
+    /// The likeliest path, without looking for a file.
+    [[nodiscard]] std::string mapped(std::string_view path) const;
+
+private:
+    struct Candidates {
+        std::vector<std::string> paths; // the likeliest first
+        bool are_mapped;
+    };
+    [[nodiscard]] Candidates candidates(std::string_view path) const;
+
+    std::vector<PathMap> maps_;
+    PlaceSearch search_;
+    SpellingSearch spellings_{spelling_accents | spelling_case};
+};
