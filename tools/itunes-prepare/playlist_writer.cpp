@@ -1,9 +1,9 @@
 #include "tools/itunes-prepare/playlist_writer.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <iterator>
 
+#include "common/upnp_text.h"
 #include "tools/shared/library_reader.h"
 #include "tools/shared/utf8.h"
 
@@ -116,11 +116,11 @@ void write_playlist(BufferedWriter* output, const PreparedPlaylist& playlist,
     output->write(playlist.tail);
     output->write("\t\t\t<key>Playlist Items</key>\n\t\t\t<array>\n");
     for (const int32_t track_id : playlist.items) {
-        char line[64];
-        const int length =
-            snprintf(line, sizeof line, "\t\t\t\t<dict><key>Track ID</key><integer>%d</integer></dict>\n",
-                     static_cast<int>(track_id));
-        output->write({line, static_cast<size_t>(length)});
+        char number[12];
+        upnp_format_number(number, sizeof number, track_id);
+        output->write("\t\t\t\t<dict><key>Track ID</key><integer>");
+        output->write(number);
+        output->write("</integer></dict>\n");
     }
     output->write("\t\t\t</array>\n\t\t</dict>\n");
 }
