@@ -22,7 +22,7 @@ struct Row {
 constexpr Row rows[] = {
     {PrepareReport::missing,        true,  true,  false, "missing"},
     {PrepareReport::too_long,       true,  false, false, "lines longer than 1023 bytes, lost to the import"},
-    {PrepareReport::read_otherwise, false, false, true,  "numbers that the import can not hold"},
+    {PrepareReport::read_otherwise, false, false, true,  "values that the import reads otherwise"},
     {PrepareReport::found,          false, true,  false, "found"},
     {PrepareReport::respelled,      false, true,  false, "found under another spelling"},
     {PrepareReport::other,          false, false, false, "without a file here (protected, streams, in the cloud)"},
