@@ -49,7 +49,7 @@ bool read_text(char* buffer, char* line, PlaylistKey key) {
 }
 
 bool is_skipped(const PlaylistState* state) {
-    return std::ranges::find(skipped_names, state->name) != std::end(skipped_names);
+    return itunes_playlist_name_is_reserved(state->name);
 }
 
 bool is_video_file(const char* path) {
@@ -172,4 +172,8 @@ void itunes_playlist_export(UpnpFile* library) {
         }
     }
     close_output(state.output);
+}
+
+bool itunes_playlist_name_is_reserved(const char* name) {
+    return name != nullptr && std::ranges::find(skipped_names, name) != std::end(skipped_names);
 }

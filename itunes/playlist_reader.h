@@ -8,3 +8,6 @@
 /// gives. Built-in and smart playlists, playlists without a playable track and those that the folder list
 /// does not know get no file. The library stays open; null does nothing.
 void itunes_playlist_export(UpnpFile* library);
+
+/// Returns whether a playlist of this name never gets a file, whoever made it. False for null.
+[[nodiscard]] bool itunes_playlist_name_is_reserved(const char* name);

@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <new>
 
 #include "common/upnp_memory.h"
+#include "itunes/library_key.h"
+#include "itunes/library_values.h"
 #include "itunes/plist_scanner.h"
-#include "itunes/track_reader.h"
 #include "tools/shared/library_location.h"
 #include "tools/shared/utf8.h"
 
@@ -18,11 +18,6 @@ constexpr size_t line_limit =
     itunes_line_size;              // bytes with the line feed: what the import takes in one piece
 constexpr size_t date_limit = 127; // characters; a date has 20
 constexpr std::string_view indentation = "\t\t\t";
-
-struct FreeText {
-    void operator()(char* text) const { upnp_free(text); }
-};
-using ImportText = std::unique_ptr<char, FreeText>;
 
 /// Makes a line with an element that holds a text.
 void make_line(std::string* line, std::string_view indent, std::string_view key, std::string_view element,
@@ -38,21 +33,17 @@ public:
         memcpy(bytes_, line.data(), line.size());
         bytes_[line.size()] = '\0';
     }
-    [[nodiscard]] ImportText value(const char* tag) { return ImportText(itunes_get_value(bytes_, tag)); }
-    [[nodiscard]] int32_t number(const char* tag) { return itunes_get_integer_value(bytes_, tag); }
+    /// What the import reads as the value, which ends the line.
+    [[nodiscard]] char* value(uint8_t elements) { return itunes_find_value(bytes_, elements); }
+    [[nodiscard]] LineReading compared(uint8_t elements, std::string_view wanted) {
+        const char* read = value(elements);
+        return read != nullptr && read == wanted ? LineReading::same : LineReading::other;
+    }
+    [[nodiscard]] int32_t number() { return itunes_get_integer_value(bytes_, "integer"); }
 
 private:
     char bytes_[line_limit + 1];
 };
-
-/// What the import reads as the text of the element; such a value is always there, if memory is.
-ImportText value_in(std::string_view line, const char* element) {
-    ImportText value = LineCopy(line).value(element);
-    if (value == nullptr) {
-        throw std::bad_alloc();
-    }
-    return value;
-}
 
 LineReading reading_of(bool is_same) {
     return is_same ? LineReading::same : LineReading::other;
@@ -91,7 +82,7 @@ LineReading make_string_line(std::string* line, std::string_view key,
     if (!fit_line(line, key, forms)) {
         return LineReading::too_long;
     }
-    return reading_of(value_in(*line, "string").get() == value);
+    return LineCopy(*line).compared(library_element_string, value);
 }
 
 LineReading make_location_line(std::string* line, std::string_view path) {
@@ -106,18 +97,20 @@ LineReading make_location_line(std::string* line, std::string_view path) {
             return LineReading::too_long;
         }
     }
-    const ImportText location = value_in(*line, "string");
-    const ImportText read(itunes_location_to_path(location.get()));
+    LineCopy copy(*line);
+    char* read = itunes_location_to_path(copy.value(library_element_string));
     if (read == nullptr) {
         throw std::bad_alloc();
     }
-    return reading_of(read.get() == path);
+    const bool is_same = read == path;
+    upnp_free(read);
+    return reading_of(is_same);
 }
 
 LineReading make_integer_line(std::string* line, std::string_view key, std::string_view number) {
     make_line(line, indentation, key, "integer", number);
     const long long wanted = strtoll(std::string(number).c_str(), nullptr, 10);
-    return reading_of(LineCopy(*line).number("integer") == wanted);
+    return reading_of(LineCopy(*line).number() == wanted);
 }
 
 LineReading make_date_line(std::string* line, std::string_view key, std::string_view element,
@@ -126,7 +119,7 @@ LineReading make_date_line(std::string* line, std::string_view key, std::string_
     date.remove_prefix(std::min(date.find_first_not_of(blanks), date.size()));
     date = utf8_first_characters(date.substr(0, date.find_last_not_of(blanks) + 1), date_limit);
     make_line(line, indentation, key, element, as_references(date));
-    return reading_of(value_in(*line, std::string(element).c_str()).get() == date);
+    return LineCopy(*line).compared(library_element_date | library_element_string, date);
 }
 
 void make_flag_line(std::string* line, std::string_view key, std::string_view element) {

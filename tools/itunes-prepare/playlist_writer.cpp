@@ -1,9 +1,9 @@
 #include "tools/itunes-prepare/playlist_writer.h"
 
 #include <algorithm>
-#include <iterator>
 
 #include "common/upnp_text.h"
+#include "itunes/playlist_reader.h"
 #include "tools/shared/library_reader.h"
 #include "tools/shared/utf8.h"
 
@@ -11,10 +11,6 @@ namespace {
 
 constexpr size_t id_limit = 127;        // characters of an id that is kept
 constexpr size_t shown_name_limit = 60; // characters of a name in the report
-
-// The import gives these no file, whoever made them.
-constexpr std::string_view reserved_names[] = {"smartplaylist", "Library", "Recently Added", "Music",
-                                               "Podcasts"};
 
 } // namespace
 
@@ -69,10 +65,10 @@ std::string PlaylistMaker::new_id() {
 }
 
 const PreparedPlaylist& PlaylistMaker::end() {
-    const std::string_view name = value("Name");
+    const std::string name(value("Name"));
     const bool is_hidden = has("Visible") || has("Podcasts");
-    const bool gets_no_file = has("Distinguished Kind") || has("Smart Info") ||
-                              std::ranges::find(reserved_names, name) != std::end(reserved_names);
+    const bool gets_no_file =
+        has("Distinguished Kind") || has("Smart Info") || itunes_playlist_name_is_reserved(name.c_str());
     playlist_.head = "\t\t<dict>\n";
     add_string("Name", name);
     add_number("Playlist ID");

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <unordered_set>
 
-#include "tools/itunes-prepare/library_key.h"
+#include "itunes/library_key.h"
 #include "tools/itunes-prepare/library_line.h"
 #include "tools/itunes-prepare/prepare_report.h"
 #include "tools/itunes-prepare/track_writer.h"

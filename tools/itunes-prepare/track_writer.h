@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "tools/itunes-prepare/library_key.h"
+#include "itunes/library_key.h"
 #include "tools/itunes-prepare/library_line.h"
 #include "tools/itunes-prepare/prepare_report.h"
 #include "tools/shared/buffered_writer.h"
