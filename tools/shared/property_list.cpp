@@ -116,17 +116,22 @@ void PropertyList::start(const char* name) {
         start_container(element);
     } else if (element < PlistElement::dict && kind != PlistElement::none &&
                (!is_key || kind == PlistElement::dict)) {
-        open_ = element;
-        (is_key ? key_ : text_).clear();
+        open_value(element);
     } else {
         refuse("not a property list: <" + shown_name(name) + ">");
     }
 }
 
+/// Has the parser tell of texts, until the value ends: most that is between values are blanks.
+void PropertyList::open_value(PlistElement element) {
+    open_ = element;
+    (element == PlistElement::key ? key_ : text_).clear();
+    XML_SetCharacterDataHandler(parser_, [](void* context, const XML_Char* text, int length) {
+        list_of(context)->guarded([&] { list_of(context)->add_text({text, static_cast<size_t>(length)}); });
+    });
+}
+
 void PropertyList::add_text(std::string_view text) {
-    if (open_ == PlistElement::none) {
-        return;
-    }
     std::string& target = open_ == PlistElement::key ? key_ : text_;
     if (target.size() < text_limit * character_size) {
         target.append(text);
@@ -134,6 +139,7 @@ void PropertyList::add_text(std::string_view text) {
 }
 
 void PropertyList::finish_value() {
+    XML_SetCharacterDataHandler(parser_, nullptr);
     std::string& text = open_ == PlistElement::key ? key_ : text_;
     if (text.size() > text_limit) {
         text.resize(utf8_first_characters(text, text_limit).size());
@@ -177,9 +183,6 @@ void PropertyList::listen() {
         [](void* context, const XML_Char* /*name*/) {
             list_of(context)->guarded([&] { list_of(context)->finish(); });
         });
-    XML_SetCharacterDataHandler(parser_, [](void* context, const XML_Char* text, int length) {
-        list_of(context)->guarded([&] { list_of(context)->add_text({text, static_cast<size_t>(length)}); });
-    });
     // Entities may grow without end, and one that is not known would be lost without a word.
     XML_SetEntityDeclHandler(parser_, [](void* context, const XML_Char* name, int, const XML_Char*, int,
                                          const XML_Char*, const XML_Char*, const XML_Char*, const XML_Char*) {

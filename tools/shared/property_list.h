@@ -84,6 +84,7 @@ private:
     void start_container(PlistElement element);
     void finish();
     void finish_value();
+    void open_value(PlistElement element);
     void add_text(std::string_view text);
     void refuse_entity(const char* name);
     void read_blocks(int descriptor);

@@ -169,36 +169,46 @@ void SpellingSearch::add_alike(const std::string& directory, std::string_view na
     }
 }
 
-/// All paths of such names; none where they are too many.
-std::vector<std::string> SpellingSearch::all_alike(const std::vector<std::string_view>& names,
-                                                   bool is_rooted) {
-    std::vector<std::string> found = {is_rooted ? "/" : ""};
-    for (const std::string_view name : names) {
-        std::vector<std::string> following;
-        for (const std::string& directory : found) {
-            add_alike(directory, name, &following);
-        }
-        if (following.empty() || following.size() > paths_limit) {
-            return {};
-        }
-        found = std::move(following);
+/// All paths that are like the directory's, which neighbours share; none where they are too many.
+const std::vector<std::string>& SpellingSearch::all_alike(const std::string& directory) {
+    if (is_directory_known_ && directory == directory_) {
+        return found_;
     }
-    return found;
+    directory_ = directory;
+    found_ = {directory.starts_with('/') ? "/" : ""};
+    for (const std::string_view name : names_of(directory)) {
+        std::vector<std::string> following;
+        for (const std::string& start : found_) {
+            add_alike(start, name, &following);
+        }
+        if (following.size() > paths_limit) {
+            following.clear();
+        }
+        found_ = std::move(following);
+    }
+    is_directory_known_ = is_known_;
+    return found_;
 }
 
 SpellingAnswer SpellingSearch::find(std::string_view path) {
-    if (path.size() >= path_size) {
+    const std::vector<std::string_view> names = names_of(path);
+    if (path.size() >= path_size || names.empty()) {
         return {};
     }
-    const bool is_rooted = path.starts_with('/');
-    std::string wanted = is_rooted ? "/" : "";
-    const std::vector<std::string_view> names = names_of(path);
-    for (const std::string_view name : names) {
-        wanted = path_in(wanted, name);
+    std::string directory = path.starts_with('/') ? "/" : "";
+    for (size_t index = 0; index + 1 < names.size(); ++index) {
+        directory = path_in(directory, names[index]);
     }
     is_known_ = true;
-    std::vector<std::string> found = all_alike(names, is_rooted);
+    std::vector<std::string> found;
+    for (const std::string& start : all_alike(directory)) {
+        add_alike(start, names.back(), &found);
+    }
+    if (found.size() > paths_limit) {
+        found.clear();
+    }
     std::erase_if(found, [](const std::string& each) { return !exists(each); });
+    const std::string wanted = path_in(directory, names.back());
     SpellingAnswer answer;
     answer.found = only_one(found, wanted);
     answer.is_known = is_known_ || !answer.found.empty();

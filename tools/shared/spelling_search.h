@@ -59,7 +59,7 @@ private:
     const Listing* listing(const std::string& directory, bool* is_dead);
     void forget_oldest();
     void add_alike(const std::string& directory, std::string_view name, std::vector<std::string>* paths);
-    std::vector<std::string> all_alike(const std::vector<std::string_view>& names, bool is_rooted);
+    const std::vector<std::string>& all_alike(const std::string& directory);
 
     const uint32_t differences_;
     const uint64_t names_limit_;
@@ -69,6 +69,9 @@ private:
     std::unordered_map<std::string_view, Listings::iterator> by_directory_;
     size_t remembered_bytes_ = 0;
     std::unordered_set<std::string> not_again_; // large ones that were forgotten
+    std::string directory_;                     // of the path that was looked for last
+    std::vector<std::string> found_;            // what it may be
+    bool is_directory_known_ = false;           // no bound was met then
     std::string existing_;                      // what existing_length found last
     std::string not_existing_;                  // the same with the name behind it
 };
