@@ -1,129 +1,102 @@
 #include "tools/itunes-check/folders.h"
 
 #include <algorithm>
-#include <cstring>
-
-#include "common/upnp_memory.h"
+#include <utility>
 
 namespace {
 
+constexpr size_t group_limit = 48;         // while paths are added
 constexpr uint32_t worthwhile_tracks = 20; // on average, for a further group to tell something
 
-/// The length of the path's first `depth` folders, a leading '/' included and none behind.
-uint32_t leading_length(const char* path, uint32_t length, uint32_t depth) {
-    uint32_t end = 0;
-    for (uint32_t count = 0; count < depth && end < length; ++count) {
-        uint32_t next = end;
-        while (next < length && path[next] == '/') {
-            ++next;
-        }
-        while (next < length && path[next] != '/') {
-            ++next;
-        }
-        end = next;
+/// The length of the folder's first `depth` names, a leading '/' included and none behind.
+size_t leading_length(std::string_view folder, size_t depth) {
+    size_t end = 0;
+    for (size_t count = 0; count < depth && end < folder.size(); ++count) {
+        const size_t name = std::min(folder.find_first_not_of('/', end), folder.size());
+        end = std::min(folder.find('/', name), folder.size());
     }
     return end;
 }
 
+bool ends_name(std::string_view folder, size_t length) {
+    return length == folder.size() || folder[length] == '/';
+}
+
 /// Shortens the group's folder to what it shares with another, at whole names.
-void keep_shared(FolderGroup* group, const char* folder, uint32_t length) {
-    uint32_t shared = 0;
-    while (shared < length && group->folder[shared] == folder[shared] && folder[shared] != '\0') {
-        ++shared;
+void keep_shared(FolderGroup* group, std::string_view folder) {
+    const auto [own, other] = std::ranges::mismatch(group->folder, folder);
+    auto shared = static_cast<size_t>(own - group->folder.begin());
+    if (!ends_name(group->folder, shared) || !ends_name(folder, shared)) {
+        const size_t slash = group->folder.rfind('/', shared - std::min<size_t>(shared, 1));
+        shared = shared == 0 || slash == std::string::npos ? 0 : slash;
     }
-    const bool at_name_end = (shared == length || folder[shared] == '/') &&
-                             (group->folder[shared] == '\0' || group->folder[shared] == '/');
-    if (!at_name_end) {
-        while (shared > 0 && group->folder[--shared] != '/') {
-        }
-    }
-    group->folder[shared] = '\0';
-}
-
-/// Tells fewer groups apart.
-void merge_groups(FolderTable* table) {
-    --table->depth;
-    uint32_t kept = 0;
-    for (uint32_t index = 0; index < table->count; ++index) {
-        FolderGroup group = table->groups[index];
-        const auto length = static_cast<uint32_t>(strlen(group.folder));
-        group.key_length = leading_length(group.folder, length, table->depth);
-        uint32_t other = 0;
-        while (other < kept && (table->groups[other].key_length != group.key_length ||
-                                memcmp(table->groups[other].folder, group.folder, group.key_length) != 0)) {
-            ++other;
-        }
-        if (other == kept) {
-            table->groups[kept++] = group;
-            continue;
-        }
-        keep_shared(&table->groups[other], group.folder, length);
-        table->groups[other].tracks += group.tracks;
-        table->groups[other].existing += group.existing;
-        upnp_free(group.folder);
-    }
-    table->count = kept;
-    table->last = 0;
-}
-
-bool is_of_group(const FolderGroup* group, const char* path, uint32_t key_length) {
-    return group->key_length == key_length && memcmp(group->folder, path, key_length) == 0;
-}
-
-/// Finds or makes the group of a folder; null without memory.
-FolderGroup* group_of(FolderTable* table, const char* path, uint32_t length) {
-    for (;;) {
-        const uint32_t key_length = leading_length(path, length, table->depth);
-        if (table->last < table->count && is_of_group(&table->groups[table->last], path, key_length)) {
-            return &table->groups[table->last];
-        }
-        for (uint32_t index = 0; index < table->count; ++index) {
-            if (is_of_group(&table->groups[index], path, key_length)) {
-                table->last = index;
-                return &table->groups[index];
-            }
-        }
-        if (table->count < folder_group_limit) {
-            auto* folder = static_cast<char*>(upnp_malloc(length + 1));
-            if (folder == nullptr) {
-                return nullptr;
-            }
-            memcpy(folder, path, length);
-            folder[length] = '\0';
-            table->last = table->count;
-            table->groups[table->count++] = {folder, key_length, 0, 0};
-            return &table->groups[table->last];
-        }
-        merge_groups(table);
-    }
+    group->folder.resize(shared);
 }
 
 } // namespace
 
-void folder_table_add(FolderTable* table, const char* path, bool exists) {
-    if (table->count == 0) {
-        table->depth = folder_group_depth;
+/// Tells fewer groups apart.
+void FolderTable::merge_groups() {
+    --depth_;
+    std::vector<FolderGroup> kept;
+    for (FolderGroup& group : groups_) {
+        group.key_length = leading_length(group.folder, depth_);
+        const std::string_view key = std::string_view(group.folder).substr(0, group.key_length);
+        const auto same = std::ranges::find_if(kept, [key](const FolderGroup& other) {
+            return std::string_view(other.folder).substr(0, other.key_length) == key;
+        });
+        if (same == kept.end()) {
+            kept.push_back(std::move(group));
+            continue;
+        }
+        keep_shared(&*same, group.folder);
+        same->tracks += group.tracks;
+        same->existing += group.existing;
     }
-    const char* name = strrchr(path, '/');
-    const auto length = name == nullptr ? 0U : static_cast<uint32_t>(name - path);
-    FolderGroup* group = group_of(table, path, length);
-    if (group == nullptr) {
-        return;
-    }
-    keep_shared(group, path, length);
-    ++group->tracks;
-    group->existing += exists ? 1 : 0;
+    groups_ = std::move(kept);
+    last_ = 0;
 }
 
-void folder_table_finish(FolderTable* table) {
-    uint32_t tracks = 0;
-    for (uint32_t index = 0; index < table->count; ++index) {
-        tracks += table->groups[index].tracks;
+/// Finds or makes the group of a folder.
+FolderGroup& FolderTable::group_of(std::string_view folder) {
+    for (;;) {
+        const std::string_view key = folder.substr(0, leading_length(folder, depth_));
+        const auto is_of_key = [key](const FolderGroup& group) {
+            return std::string_view(group.folder).substr(0, group.key_length) == key;
+        };
+        if (last_ < groups_.size() && is_of_key(groups_[last_])) {
+            return groups_[last_];
+        }
+        const auto known = std::ranges::find_if(groups_, is_of_key);
+        last_ = static_cast<size_t>(known - groups_.begin());
+        if (known != groups_.end()) {
+            return *known;
+        }
+        if (groups_.size() < group_limit) {
+            return groups_.emplace_back(FolderGroup{std::string(folder), key.size(), 0, 0});
+        }
+        merge_groups();
     }
-    while (table->depth > 1 &&
-           (table->count > folder_group_shown || tracks < worthwhile_tracks * (table->count - 1))) {
-        merge_groups(table);
+}
+
+void FolderTable::add(std::string_view path, bool exists) {
+    const size_t slash = path.rfind('/');
+    const std::string_view folder = path.substr(0, slash == std::string_view::npos ? 0 : slash);
+    FolderGroup& group = group_of(folder);
+    keep_shared(&group, folder);
+    ++group.tracks;
+    group.existing += exists ? 1 : 0;
+}
+
+std::vector<FolderGroup> FolderTable::finish() {
+    size_t tracks = 0;
+    for (const FolderGroup& group : groups_) {
+        tracks += group.tracks;
     }
-    std::sort(table->groups, table->groups + table->count,
-              [](const FolderGroup& one, const FolderGroup& other) { return one.tracks > other.tracks; });
+    while (depth_ > 1 && (groups_.size() > folder_group_shown ||
+                          tracks + worthwhile_tracks < worthwhile_tracks * groups_.size())) {
+        merge_groups();
+    }
+    std::ranges::stable_sort(groups_, std::ranges::greater(), &FolderGroup::tracks);
+    return std::move(groups_);
 }

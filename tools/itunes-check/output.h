@@ -1,23 +1,37 @@
 #pragma once
-// What itunes-check prints on standard output: lines for programs, objects for programs, a summary for
-// people.
+// What itunes-check prints on standard output: lines for programs, objects for programs, a summary for people.
 
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tools/itunes-check/explanation.h"
+#include "tools/itunes-check/judgement.h"
 #include "tools/itunes-check/tally.h"
 
-/// The present items file, with which the check was asked to compare.
-struct ItemsComparison {
-    const char* path; // null where it was not asked for
-    uint64_t records;
-};
-
 /// One line a track or playlist, fields between tabs.
-void print_track_line(const TrackReport* report);
-void print_playlist_lines(const CheckedPlaylists* playlists);
+void print_track_line(const TrackReport& report);
+void print_playlist_lines(const std::vector<CheckedPlaylist>& playlists);
 
 /// One JSON object a track or playlist, and one at the end.
-void print_track_object(const TrackReport* report);
-void print_playlist_objects(const CheckedPlaylists* playlists);
-void print_summary_object(const LibraryTally* tally, const ItemsComparison* items);
+void print_track_object(const TrackReport& report);
+void print_playlist_objects(const std::vector<CheckedPlaylist>& playlists);
+void print_summary_object(const std::string& library_path, const LibraryTally& tally,
+                          const std::optional<PresentItems>& present);
 
-/// The summary for people.
-void print_summary(const LibraryTally* tally, const ItemsComparison* items);
+/// All that the summary tells of; borrowed for the call.
+struct CheckSummary {
+    const std::string& library_path;
+    const LibraryTally& tally;
+    const TrackExplanation& explanation;
+    const std::vector<FolderGroup>& folders;
+    const std::optional<PresentItems>& present; // nothing where it was not asked for
+
+    [[nodiscard]] bool is_in_other_layout() const {
+        return tally.layout == LibraryLayout::partly || tally.layout == LibraryLayout::other;
+    }
+};
+void print_summary(const CheckSummary& summary);
+
+/// The part of the summary with what its reader can do; nothing where there is nothing to be done.
+void print_what_to_do(const CheckSummary& summary);

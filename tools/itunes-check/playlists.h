@@ -1,11 +1,12 @@
 #pragma once
-// The playlists of a library as the check learned of them, in the library's order. What becomes of one is
-// known when all are there: a later playlist of the same file name replaces an earlier one's file.
+// The playlists of a library as an import tells of them, in the library's order. What becomes of one is known when
+// all are there: a later playlist of the same file name replaces an earlier one's file.
 
 #include <cstdint>
+#include <string>
+#include <vector>
 
 #include "itunes/import_observer.h"
-#include "itunes/import_run.h"
 #include "tools/itunes-check/wpl_sign.h"
 
 enum class CheckedOutcome : uint8_t {
@@ -18,48 +19,37 @@ enum class CheckedOutcome : uint8_t {
     not_listed,
     not_writable, // the file system refuses the name, mostly as too long
     not_moved,    // the file stays in the temporary directory
-    count,
-};
-
-struct CheckedPlaylist {
-    CheckedPlaylist* next;
-    uint32_t items;
-    uint32_t entries;
-    CheckedOutcome outcome;
-    WplSign sign;      // of a playlist that gets a file
-    char type;         // 'M' or 'V'; '\0' where there is no file name
-    const char* title; // in the same block
-};
-
-/// The playlist that the import reads at the moment.
-struct CurrentPlaylist {
-    bool is_begun; // a Name line has been met
-    bool is_over;  // its dictionary has ended: keys belong to the next one, whose Name may come late
-    CheckedOutcome outcome;
-    char type; // as in CheckedPlaylist
-    uint32_t items;
-    uint32_t entries;
-    char title[import_path_size];
-};
-
-struct CheckedPlaylists {
-    CurrentPlaylist current;
-    CheckedPlaylist* first; // owned
-    CheckedPlaylist** link; // the link to fill next; null for an empty list
-    uint32_t count;
-    bool is_short; // memory was missing for one
 };
 
 /// The outcome's word in lists.
 [[nodiscard]] const char* checked_outcome_word(CheckedOutcome outcome);
 
-/// Takes what the import tells.
-void checked_playlists_hear(CheckedPlaylists* playlists, const PlaylistEvent* event);
+struct CheckedPlaylist {
+    CheckedOutcome outcome = CheckedOutcome::nothing_to_play;
+    WplSign sign = WplSign::none; // of a playlist that gets a file, once the signs have been found
+    uint32_t items = 0;           // its item lines
+    uint32_t entries = 0;         // those that went into its file
+    std::string title;            // of its file with its folders in front, else its own name; empty for none
+    std::string type;             // "M" or "V"; empty where it gets no file
+    std::string file_name;        // empty where it gets no file
+};
 
-/// Ends the last one and settles which files are replaced and which of those that remain in `directory`, the
-/// workspace, are no well-formed XML. Does without the former if there is no memory for it.
-void checked_playlists_settle(CheckedPlaylists* playlists, const char* directory);
+/// Hears of the playlists, each from its Name line to the next one or the end of the library.
+class PlaylistListener {
+public:
+    /// With `finds_signs` it also looks in titles and paths for what makes a file no well-formed XML.
+    explicit PlaylistListener(bool finds_signs) : finds_signs_(finds_signs) {}
 
-/// Writes the name of the file of a playlist that has a type to `name`, a buffer of import_path_size bytes.
-/// It has one also where the file can not be made or does not stay.
-void checked_playlist_file_name(const CheckedPlaylist* playlist, char* name);
+    void add_event(const PlaylistEvent& event);
+    /// The playlists, settled. Call it last. Where signs are wanted, their files are still in `directory`.
+    std::vector<CheckedPlaylist> finish(const std::string& directory);
+
+private:
+    void exclude(CheckedOutcome outcome);
+    void begin_file(const PlaylistEvent& event);
+    void find_sign(CheckedPlaylist* playlist, const std::string& directory) const;
+
+    const bool finds_signs_;
+    bool dictionary_is_over_ = false; // keys belong to the next playlist, whose Name may come late
+    std::vector<CheckedPlaylist> playlists_;
+};

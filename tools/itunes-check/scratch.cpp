@@ -5,33 +5,41 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <new>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "common/upnp_dirwalk.h"
-#include "common/upnp_fileio.h"
+#include "tools/shared/directory_stream.h"
 
 namespace {
+
+constexpr int exit_failed = 1;
+constexpr size_t path_limit = 511; // leaves room for what the import puts below it in its path buffers
 
 constexpr int ending_signals[] = {SIGHUP,  SIGINT,  SIGQUIT, SIGTERM, SIGXCPU,
                                   SIGPIPE, SIGALRM, SIGUSR1, SIGUSR2};
 
-void remove_files(const char* directory) {
-    for (UpnpDirWalk* walk = upnp_dir_open(directory); walk != nullptr; walk = upnp_dir_next(walk)) {
-        (void)upnp_file_unlink(walk->entry_path);
+void remove_files(const std::string& directory) {
+    DirectoryStream entries(directory.c_str());
+    while (const dirent* entry = entries.next()) {
+        (void)unlink((directory + "/" + entry->d_name).c_str());
     }
 }
 
-/// Removes the scratch directory. An import makes one directory in it, which holds files alone, and no name that
-/// a walk would hide; nothing is followed, and nothing deeper or above is ever entered.
-void remove_scratch(const char* directory) {
-    for (UpnpDirWalk* walk = upnp_dir_open(directory); walk != nullptr; walk = upnp_dir_next(walk)) {
-        if (walk->is_directory != 0 && walk->is_link == 0) {
-            remove_files(walk->entry_path);
-            (void)rmdir(walk->entry_path);
+/// Removes the scratch directory. An import makes one directory in it, which holds files alone; nothing is followed,
+/// and nothing deeper or above is ever entered.
+void remove_scratch(const std::string& directory) {
+    DirectoryStream entries(directory.c_str());
+    while (const dirent* entry = entries.next()) {
+        const std::string path = directory + "/" + entry->d_name;
+        struct stat status = {};
+        if (lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode)) {
+            remove_files(path);
+            (void)rmdir(path.c_str());
         }
     }
-    (void)rmdir(directory);
+    (void)rmdir(directory.c_str());
 }
 
 /// The signals to wait for: those that would end this process, and the child's end.
@@ -48,22 +56,24 @@ sigset_t awaited_signals() {
     return signals;
 }
 
-/// Waits until the child is gone and returns its status as waitpid has it; ends it at a signal.
-int wait_for(pid_t child, const sigset_t* signals, int* signal_number) {
+/// How the child ended.
+struct ChildEnd {
+    int status = 0;        // as waitpid has it
+    int signal_number = 0; // that ended the child, or is to end this process; 0 for none
+};
+
+/// Waits until the child is gone; ends it at a signal.
+ChildEnd wait_for(pid_t child, const sigset_t& signals) {
     int status = 0;
     while (waitpid(child, &status, WNOHANG) == 0) {
         int number = 0;
-        if (sigwait(signals, &number) == 0 && number != SIGCHLD) {
-            *signal_number = number;
+        if (sigwait(&signals, &number) == 0 && number != SIGCHLD) {
             (void)kill(child, SIGKILL);
             (void)waitpid(child, &status, 0);
-            return status;
+            return {status, number};
         }
     }
-    if (WIFSIGNALED(status)) {
-        *signal_number = WTERMSIG(status);
-    }
-    return status;
+    return {status, WIFSIGNALED(status) ? WTERMSIG(status) : 0};
 }
 
 void end_by(int signal_number) {
@@ -77,19 +87,27 @@ void end_by(int signal_number) {
 
 int fail(const char* program, const char* what) {
     fprintf(stderr, "%s: can not make %s: %s\n", program, what, strerror(errno));
-    return -1;
+    return exit_failed;
+}
+
+/// The child process: does the work and ends.
+[[noreturn]] void work_and_exit(const char* program, const ScratchWork& work, const std::string& directory) {
+    int status = exit_failed;
+    try {
+        status = work(directory);
+    } catch (const std::bad_alloc&) {
+        fprintf(stderr, "%s: out of memory\n", program);
+    }
+    exit(status);
 }
 
 } // namespace
 
-int scratch_run(const char* program, ScratchWork work, void* context) {
+int run_in_scratch(const char* program, const ScratchWork& work) {
     const char* parent = getenv("TMPDIR");
-    if (parent == nullptr || parent[0] == '\0') {
-        parent = "/tmp";
-    }
-    char directory[scratch_path_limit];
-    const int length = snprintf(directory, sizeof directory, "%s/itunes-check-XXXXXX", parent);
-    if (length < 0 || length >= static_cast<int>(sizeof directory)) {
+    std::string directory = parent == nullptr || parent[0] == '\0' ? "/tmp" : parent;
+    directory += "/itunes-check-XXXXXX";
+    if (directory.size() > path_limit) {
         errno = ENAMETOOLONG;
         return fail(program, "a directory below TMPDIR");
     }
@@ -97,24 +115,20 @@ int scratch_run(const char* program, ScratchWork work, void* context) {
     const sigset_t signals = awaited_signals();
     sigset_t earlier_mask;
     (void)sigprocmask(SIG_BLOCK, &signals, &earlier_mask);
-    if (mkdtemp(directory) == nullptr) {
+    if (mkdtemp(directory.data()) == nullptr) {
         return fail(program, "a directory below TMPDIR");
     }
     (void)fflush(nullptr); // else both processes print what is left
     const pid_t child = fork();
     if (child == 0) {
         (void)sigprocmask(SIG_SETMASK, &earlier_mask, nullptr);
-        exit(work(directory, context));
+        work_and_exit(program, work, directory);
     }
-    int status = 0;
-    int signal_number = 0;
-    if (child > 0) {
-        status = wait_for(child, &signals, &signal_number);
-    }
-    const int result = child < 0 ? fail(program, "a process") : WEXITSTATUS(status);
+    const ChildEnd end = child > 0 ? wait_for(child, signals) : ChildEnd();
+    const int result = child < 0 ? fail(program, "a process") : WEXITSTATUS(end.status);
     remove_scratch(directory);
-    if (signal_number != 0) {
-        end_by(signal_number);
+    if (end.signal_number != 0) {
+        end_by(end.signal_number);
     }
     (void)sigprocmask(SIG_SETMASK, &earlier_mask, nullptr);
     return result;

@@ -1,70 +1,77 @@
 #pragma once
-// What a check of a library gathers while the import's own code reads it: counts, a few examples, a table of
-// folders, the playlists. Its size does not depend on the number of tracks. It stays until the process ends.
+// What came out of the reading of a library: what becomes of its tracks and playlists, and whether the library is
+// whole and in the layout that the import reads. A listener gathers it while the import's own code reads:
+//
+//     TallyListener listener(library_path, {});
+//     import_observer = &listener.observer();
+//     itunes_read_library(library_path, items);
+//     import_observer = nullptr;
+//     const LibraryTally tally = listener.finish(import_run.temp_dir);
+//
+// Its size grows with the playlists, not with the tracks. Without memory it throws std::bad_alloc, through the import.
 
+#include <array>
 #include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
 
 #include "itunes/import_observer.h"
-#include "tools/itunes-check/folders.h"
+#include "tools/itunes-check/layout.h"
 #include "tools/itunes-check/playlists.h"
+#include "tools/itunes-check/progress.h"
 
-constexpr uint32_t track_outcome_count = 5;
-constexpr uint32_t example_limit = 5;
-constexpr uint32_t version_size = 64;
-
-/// A track that is shown; the texts are owned, null for none.
-struct TrackExample {
-    char* title;
-    char* path;
-    char* found;              // under another spelling
-    uint32_t differences;     // of that, as spelling_search says
-    uint32_t existing_length; // of a missing file: how much of its path exists, as there
-};
-
-struct TrackExamples {
-    TrackExample tracks[example_limit];
-    uint32_t count;
-};
-
-/// How the library's lines are laid out: iTunes writes a key with its value on a line.
-enum class LibraryLayout {
-    as_read,    // every key that the import looks for has its value beside it
-    partly,     // most have
-    other,      // the fewest have
-    no_library, // no line holds such a key
-};
+constexpr size_t track_outcome_count = 5;
 
 struct LibraryTally {
-    const char* library_path; // borrowed
-    int64_t size;             // bytes; of the file
-    bool shows_progress;
-    bool explains;                                  // examples, folders and spellings are wanted
-    void (*print_track)(const TrackReport* report); // null: tracks are not printed one by one
+    bool is_whole = false; // the library ends with </plist>
+    std::string version;   // of the program that wrote it; empty for none
+    LibraryLayout layout = LibraryLayout::no_library;
+    uint32_t keys_beside = 0; // see LayoutCounter
+    uint32_t keys_apart = 0;
+    std::array<uint32_t, track_outcome_count> tracks = {}; // by outcome
+    std::vector<CheckedPlaylist> playlists;                // all, in the library's order
 
-    char version[version_size]; // of the program that wrote the library; empty for none
-    bool is_whole;
-    bool has_sections;     // Tracks or Playlists
-    bool version_follows;  // its key stood alone on the last line
-    uint32_t keys_beside;  // the keys that the import looks for and that have their value on their line
-    uint32_t keys_apart;   // those that have not, and keys behind another one on the line
-    uint32_t known_tracks; // in the Tracks section
-    bool in_playlists;
-    int64_t bytes_seen;
-    int32_t percent_shown;
-
-    uint32_t tracks[track_outcome_count]; // by outcome
-    TrackExamples examples[track_outcome_count];
-    uint32_t respelled;        // missing files that are there under another spelling
-    uint32_t spelling_unknown; // missing files that were not looked for any more
-    TrackExamples respelled_examples;
-    FolderTable folders;
-    CheckedPlaylists playlists;
+    [[nodiscard]] uint32_t tracks_of(TrackOutcome outcome) const {
+        return tracks[static_cast<size_t>(outcome)];
+    }
+    /// The records that the items file gets.
+    [[nodiscard]] uint32_t records() const { return tracks_of(TrackOutcome::record); }
+    [[nodiscard]] uint32_t track_count() const;
+    /// The files that the playlists leave, each name once.
+    [[nodiscard]] uint32_t playlist_files() const;
 };
 
-/// Runs the import's reading with an empty workspace below `directory`, and fills the tally, of which the
-/// caller has set the beginning up to print_track and cleared the rest. False where the workspace does not
-/// hold all records, as on a full disk.
-[[nodiscard]] bool library_tally_fill(LibraryTally* tally, const char* directory);
+struct ListenerOptions {
+    int64_t library_size = 0;                         // bytes; for the progress
+    std::function<void(int percent)> on_progress;     // null: nobody looks
+    std::function<void(const TrackReport&)> on_track; // hears of each track too; null for nobody
+    bool finds_signs = false;                         // of playlist files that are no well-formed XML
+};
 
-[[nodiscard]] LibraryLayout library_tally_layout(const LibraryTally* tally);
-[[nodiscard]] uint32_t library_tally_tracks(const LibraryTally* tally);
+class TallyListener {
+public:
+    /// For the import of the library that is read at `library_path`.
+    TallyListener(std::string library_path, ListenerOptions options);
+    TallyListener(const TallyListener&) = delete;
+    TallyListener& operator=(const TallyListener&) = delete;
+
+    [[nodiscard]] const ImportObserver& observer() const { return observer_; }
+
+    /// What came out. Call it once, after the import, while the playlists' files are in `workspace`, where signs
+    /// are wanted.
+    [[nodiscard]] LibraryTally finish(const std::string& workspace);
+
+private:
+    void add_line(const char* line);
+    void add_track(const TrackReport& report);
+    void show(std::optional<int> percent) const;
+
+    const std::string library_path_;
+    const ListenerOptions options_;
+    const ImportObserver observer_;
+    LayoutCounter layout_;
+    LibraryProgress progress_;
+    PlaylistListener playlists_;
+    LibraryTally tally_;
+};

@@ -1,247 +1,139 @@
 #include "tools/itunes-check/wpl_sign.h"
 
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <initializer_list>
+#include <algorithm>
+#include <expat.h>
+#include <fcntl.h>
+#include <memory>
+#include <new>
+#include <optional>
+#include <string_view>
+#include <unistd.h>
 
 #include "tools/shared/utf8.h"
 
 namespace {
 
-constexpr uint32_t depth_limit = 64; // elements inside one another; the import writes five
-constexpr uint32_t name_size = 128;  // of a reference
+constexpr int block_size = 1 << 16;
 
-constexpr uint64_t hash_start = 0xCBF29CE484222325U;
+using Parser = std::unique_ptr<XML_ParserStruct, decltype(&XML_ParserFree)>;
 
-constexpr uint64_t hash_byte(uint64_t hash, int byte) {
-    return (hash ^ static_cast<uint64_t>(byte)) * 0x100000001B3U;
-}
-
-consteval uint64_t hash_of(const char* name) {
-    uint64_t hash = hash_start;
-    for (; *name != '\0'; ++name) {
-        hash = hash_byte(hash, *name);
+/// A parser of documents without a declaration, as playlists are.
+Parser new_parser() {
+    Parser parser(XML_ParserCreate("UTF-8"), XML_ParserFree);
+    if (parser == nullptr) {
+        throw std::bad_alloc();
     }
-    return hash;
+    return parser;
 }
 
-/// A file being read, one byte ahead.
-struct WplReader {
-    FILE* stream;
-    int next;                    // the byte to come, EOF at the end
-    uint32_t trail_bytes;        // still to come of the current character
-    uint32_t brackets;           // those that close, just before the byte to come, in text
-    WplSign sign;                // the first found
-    uint32_t depth;              // open elements
-    uint64_t names[depth_limit]; // what their names hash to
+/// Whether the parser went on.
+bool went_well(const Parser& parser, XML_Status status) {
+    if (status == XML_STATUS_ERROR && XML_GetErrorCode(parser.get()) == XML_ERROR_NO_MEMORY) {
+        throw std::bad_alloc();
+    }
+    return status == XML_STATUS_OK;
+}
+
+/// The place of a value in the import's documents.
+struct Place {
+    std::string_view before;
+    std::string_view behind;
+    bool is_attribute;
 };
+constexpr Place path_place = {"<media src=\"", "\" />", true};
+constexpr Place title_place = {"<title>", "</title>", false};
 
-void set_sign(WplReader* reader, WplSign sign) {
-    if (reader->sign == WplSign::none) {
-        reader->sign = reader->next == EOF ? WplSign::cut_short : sign;
+/// What may be wrong with the character at the beginning of the text.
+WplSign sign_of_first(std::string_view text, Utf8Character character, bool is_attribute) {
+    if (character.length == 0) {
+        return WplSign::encoding;
     }
+    switch (character.code) {
+    case '&': return WplSign::ampersand;
+    case '<': return WplSign::less_than;
+    case '"': return is_attribute ? WplSign::quote : WplSign::none;
+    case ']': return text.starts_with("]]>") && !is_attribute ? WplSign::section_end : WplSign::none;
+    case '\t':
+    case '\n':
+    case '\r': return WplSign::none;
+    default: break;
+    }
+    const bool is_no_character =
+        character.code < 0x20 || character.code == 0xFFFE || character.code == 0xFFFF;
+    return is_no_character ? WplSign::control : WplSign::none;
 }
 
-bool is_good(const WplReader* reader) {
-    return reader->sign == WplSign::none;
+/// The last sign in the value that begins at `limit` or before.
+WplSign last_sign(std::string_view value, size_t limit, bool is_attribute) {
+    WplSign last = WplSign::none;
+    for (size_t at = 0; at < value.size() && at <= limit;) {
+        const std::string_view rest = value.substr(at);
+        const Utf8Character character = utf8_first(rest);
+        const WplSign sign = sign_of_first(rest, character, is_attribute);
+        last = sign == WplSign::none ? last : sign;
+        at += std::max<size_t>(character.length, 1);
+    }
+    return last;
 }
 
-bool is_blank(int byte) {
-    return byte == ' ' || byte == '\t' || byte == '\n' || byte == '\r';
+/// Where a parser stops inside the value in its place; nothing where it does not.
+std::optional<size_t> fault_position(std::string_view value, const Place& place) {
+    const Parser parser = new_parser();
+    std::string document(place.before);
+    document.append(value).append(place.behind);
+    const auto length = static_cast<int>(document.size());
+    if (went_well(parser, XML_Parse(parser.get(), document.data(), length, XML_TRUE))) {
+        return std::nullopt;
+    }
+    const auto position = static_cast<size_t>(std::max<XML_Index>(XML_GetCurrentByteIndex(parser.get()), 0));
+    return position - std::min(position, place.before.size());
 }
 
-bool is_name_byte(int byte) {
-    return (byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') || (byte >= '0' && byte <= '9') ||
-           byte == '_' || byte == '-' || byte == '.' || byte == ':' || byte >= 0x80;
-}
-
-/// Moves to the next byte and tests whether it may stand in UTF-8 text.
-int take(WplReader* reader) {
-    const int taken = reader->next;
-    reader->next = getc_unlocked(reader->stream);
-    const int byte = reader->next;
-    const bool is_trail = byte >= 0x80 && byte < 0xC0;
-    if (is_trail != (reader->trail_bytes > 0) ||
-        (is_trail && !is_second_byte(static_cast<unsigned>(taken), static_cast<unsigned>(byte)))) {
-        set_sign(reader, WplSign::encoding);
+WplSign value_sign(std::string_view value, const Place& place) {
+    const WplSign sign = last_sign(value, value.size(), place.is_attribute);
+    if (sign == WplSign::none) {
+        return sign; // as in most values: nothing to ask a parser
     }
-    if (is_trail) {
-        reader->trail_bytes -= reader->trail_bytes > 0 ? 1 : 0;
-    } else if (byte >= 0xC2 && byte < 0xF5) {
-        reader->trail_bytes = byte < 0xE0 ? 1 : byte < 0xF0 ? 2 : 3;
-    } else if (byte >= 0x80) {
-        set_sign(reader, WplSign::encoding);
-    } else if (byte >= 0 && byte < 0x20 && !is_blank(byte)) {
-        set_sign(reader, WplSign::control);
+    const std::optional<size_t> position = fault_position(value, place);
+    if (!position) {
+        return WplSign::none;
     }
-    return taken;
-}
-
-void skip_blanks(WplReader* reader) {
-    while (is_good(reader) && is_blank(reader->next)) {
-        (void)take(reader);
-    }
-}
-
-/// Takes a name and returns its hash; 0 where none begins here.
-uint64_t take_name(WplReader* reader) {
-    const int first = reader->next;
-    if (!is_name_byte(first) || first == '-' || first == '.' || (first >= '0' && first <= '9')) {
-        return 0;
-    }
-    uint64_t hash = hash_start;
-    while (is_good(reader) && is_name_byte(reader->next)) {
-        hash = hash_byte(hash, take(reader));
-    }
-    return hash;
-}
-
-/// Whether a document may refer to the character.
-bool is_character(unsigned long number) {
-    return number == '\t' || number == '\n' || number == '\r' || (number >= 0x20 && number < 0xD800) ||
-           (number >= 0xE000 && number < 0xFFFE) || (number >= 0x10000 && number < 0x110000);
-}
-
-/// Takes a reference, of which only the five names that need no declaration and numbers are good.
-void take_reference(WplReader* reader) {
-    char name[name_size] = {};
-    uint32_t length = 0;
-    (void)take(reader); // '&'
-    while (is_good(reader) && length + 1 < name_size && (is_name_byte(reader->next) || reader->next == '#')) {
-        name[length++] = static_cast<char>(take(reader));
-    }
-    bool is_known = false;
-    for (const char* entity : {"amp", "lt", "gt", "quot", "apos"}) {
-        is_known = is_known || strcmp(name, entity) == 0;
-    }
-    if (name[0] == '#') {
-        const bool is_hex = name[1] == 'x';
-        const char* digits = name + (is_hex ? 2 : 1);
-        const char* allowed = is_hex ? "0123456789abcdefABCDEF" : "0123456789";
-        is_known = digits[strspn(digits, allowed)] == '\0' &&
-                   is_character(strtoul(digits, nullptr, is_hex ? 16 : 10));
-    }
-    if (!is_known || reader->next != ';') {
-        set_sign(reader, WplSign::ampersand);
-    }
-}
-
-/// Takes ATTRIBUTE="VALUE" and tests that it ends there.
-void take_attribute(WplReader* reader, WplSign otherwise) {
-    if (take_name(reader) == 0 || reader->next != '=') {
-        set_sign(reader, otherwise);
-        return;
-    }
-    (void)take(reader);
-    const int quote = reader->next;
-    if (quote != '"' && quote != '\'') {
-        set_sign(reader, otherwise);
-        return;
-    }
-    (void)take(reader);
-    while (is_good(reader) && reader->next != quote && reader->next != EOF) {
-        if (reader->next == '<') {
-            set_sign(reader, WplSign::less_than);
-        } else if (reader->next == '&') {
-            take_reference(reader);
-        } else {
-            (void)take(reader);
-        }
-    }
-    (void)take(reader);
-    if (!is_blank(reader->next) && reader->next != '/' && reader->next != '>' && reader->next != '?') {
-        set_sign(reader, otherwise);
-    }
-}
-
-void open_element(WplReader* reader, uint64_t name) {
-    if (reader->depth == depth_limit) {
-        set_sign(reader, WplSign::less_than);
-        return;
-    }
-    reader->names[reader->depth++] = name;
-}
-
-void close_element(WplReader* reader, uint64_t name) {
-    if (reader->depth == 0 || reader->names[reader->depth - 1] != name) {
-        set_sign(reader, WplSign::less_than);
-        return;
-    }
-    --reader->depth;
-}
-
-/// Takes a byte of text, where "]]>" may not stand.
-void take_text(WplReader* reader) {
-    if (reader->next == '>' && reader->brackets >= 2) {
-        set_sign(reader, WplSign::section_end);
-    }
-    reader->brackets = reader->next == ']' ? reader->brackets + 1 : 0;
-    (void)take(reader);
-}
-
-/// Takes a tag, from its '<' on. Inside the text of a title whatever goes wrong is the '<' that stands there;
-/// elsewhere the tag is the import's own, and only a quote in a value can break it.
-void take_tag(WplReader* reader) {
-    (void)take(reader);
-    const bool is_end = reader->next == '/';
-    const bool is_instruction = reader->next == '?';
-    if (is_end || is_instruction) {
-        (void)take(reader);
-    }
-    const bool in_title = reader->depth > 0 && reader->names[reader->depth - 1] == hash_of("title");
-    const WplSign otherwise = in_title ? WplSign::less_than : WplSign::quote;
-    const uint64_t name = take_name(reader);
-    if (name == 0) {
-        set_sign(reader, otherwise);
-    }
-    skip_blanks(reader);
-    while (is_good(reader) && !is_end && reader->next != '>' && reader->next != '/' && reader->next != '?') {
-        take_attribute(reader, otherwise);
-        skip_blanks(reader);
-    }
-    const bool is_empty = reader->next == '/' || reader->next == '?';
-    if (is_empty) {
-        (void)take(reader);
-    }
-    if (reader->next != '>') {
-        set_sign(reader, otherwise);
-    } else if (is_end) {
-        close_element(reader, name);
-    } else if (!is_empty) {
-        open_element(reader, name);
-    }
+    const WplSign nearest = last_sign(value, *position, place.is_attribute);
+    return nearest == WplSign::none ? sign : nearest;
 }
 
 } // namespace
 
-WplSign wpl_find_sign(const char* path) {
-    WplReader reader = {};
-    reader.stream = fopen(path, "rb");
-    if (reader.stream == nullptr) {
-        return WplSign::cut_short;
+bool wpl_is_well_formed(const std::string& path) {
+    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0) {
+        return false;
     }
-    reader.next = ' ';
-    (void)take(&reader);
-    while (is_good(&reader) && reader.next != EOF) {
-        if (reader.next != '<' && reader.next != '&') {
-            take_text(&reader);
-            continue;
-        }
-        reader.brackets = 0;
-        reader.next == '<' ? take_tag(&reader) : take_reference(&reader);
+    const Parser parser = new_parser();
+    bool is_good = true;
+    bool is_over = false;
+    while (is_good && !is_over) {
+        void* block = XML_GetBuffer(parser.get(), block_size);
+        const ssize_t length = block == nullptr ? -1 : read(descriptor, block, block_size);
+        is_over = length == 0;
+        is_good = length >= 0 &&
+                  went_well(parser, XML_ParseBuffer(parser.get(), static_cast<int>(length), is_over));
     }
-    if (reader.depth != 0) {
-        set_sign(&reader, WplSign::cut_short);
-    }
-    (void)fclose(reader.stream);
-    return reader.sign;
+    (void)close(descriptor);
+    return is_good;
+}
+
+WplSign wpl_path_sign(const char* path) {
+    return value_sign(path, path_place);
+}
+
+WplSign wpl_title_sign(const char* title) {
+    return value_sign(title, title_place);
 }
 
 const char* wpl_sign_text(WplSign sign) {
     switch (sign) {
-    case WplSign::none: break;
+    case WplSign::none: return "";
     case WplSign::ampersand: return "&";
     case WplSign::less_than: return "<";
     case WplSign::quote: return "\"";

@@ -1,8 +1,12 @@
 #pragma once
-// Whether a playlist file is well-formed XML. The import writes names and paths as they are, so the answer
-// lies in what was written, and strict players refuse a file that is not.
+// Whether a playlist file is well-formed XML. The import writes names and paths as they are, and strict players
+// refuse a file that is not. A parser decides; the signs by which a person can find the reason are looked for in the
+// values that were written.
 
-enum class WplSign {
+#include <cstdint>
+#include <string>
+
+enum class WplSign : uint8_t {
     none, // well-formed
     ampersand,
     less_than,
@@ -10,11 +14,16 @@ enum class WplSign {
     section_end, // ]]>
     control,     // a control character
     encoding,    // bytes that are not UTF-8
-    cut_short,   // the file ends too early, or can not be read at all
+    cut_short,   // the file ends too early, an entry was cut, or it can not be read at all
 };
 
-/// Reads the playlist file at `path` and returns the first sign by which it is not well-formed XML.
-[[nodiscard]] WplSign wpl_find_sign(const char* path);
+/// Whether the file at `path` is a well-formed document; not so one that can not be read.
+[[nodiscard]] bool wpl_is_well_formed(const std::string& path);
 
-/// Returns the sign in a few words, as "&" or "a control character"; empty for none.
+/// The sign of a value that is no well-formed XML where the import writes it: a path stands in an attribute, a title
+/// is the text of an element. None for one that is.
+[[nodiscard]] WplSign wpl_path_sign(const char* path);
+[[nodiscard]] WplSign wpl_title_sign(const char* title);
+
+/// The sign in a few words, as "&" or "a control character"; empty for none.
 [[nodiscard]] const char* wpl_sign_text(WplSign sign);

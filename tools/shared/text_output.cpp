@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 
 #include "tools/shared/utf8.h"
@@ -142,16 +143,4 @@ bool finish_output(const char* program) {
     fprintf(stderr, "%s: can not write standard output: %s\n", program,
             errno == 0 ? "an earlier write failed" : strerror(errno));
     return false;
-}
-
-void print_escaped(FILE* stream, const char* text) {
-    if (stream != nullptr && text != nullptr) {
-        fputs(escaped(text).c_str(), stream);
-    }
-}
-
-void print_json_string(FILE* stream, const char* text) {
-    if (stream != nullptr) {
-        fputs(text == nullptr ? "null" : json_string(text).c_str(), stream);
-    }
 }

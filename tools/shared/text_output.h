@@ -7,7 +7,6 @@
 //     printf("%s\n", escaped(title).c_str());
 //     return finish_output("itunes-items") ? 0 : 1;
 
-#include <cstdio>
 #include <string>
 #include <string_view>
 
@@ -30,7 +29,3 @@ void put_output(std::string_view text);
 /// Closes standard output; call it last. False if anything printed there since the start got lost, which
 /// is then said on standard error with the reason, as a line of `program`.
 [[nodiscard]] bool finish_output(const char* program);
-
-/// The same as above, printed; of a null text nothing, and the JSON value null.
-void print_escaped(FILE* stream, const char* text);
-void print_json_string(FILE* stream, const char* text);

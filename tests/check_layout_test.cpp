@@ -1,0 +1,101 @@
+// How a library's lines are laid out, and whether it is whole.
+
+#include "tests/support.h"
+
+#include <algorithm>
+
+#include "tools/itunes-check/layout.h"
+
+namespace {
+
+TEST(LayoutCounter, TakesAKeyWithItsValueFromALine) {
+    const struct {
+        std::string lines; // each ends at its line feed
+        LibraryLayout layout;
+        uint32_t beside, apart;
+    } rows[] = {
+        {"<plist>\n", LibraryLayout::no_library, 0, 0},
+        {"<key>Tracks</key>\n", LibraryLayout::as_read, 0, 0},
+        {"<key>Playlists</key>\n", LibraryLayout::as_read, 0, 0},
+        {"<key>Date</key>\n<key>Unknown</key><string>x</string>\n", LibraryLayout::no_library, 0, 0},
+        {"<key>Application Version</key><string>12</string>\n", LibraryLayout::as_read, 1, 0},
+        {"<key>Major Version</key><integer>1</integer>\n", LibraryLayout::as_read, 1, 0},
+        {"<key>Track ID</key><integer>1</integer>\n<key>Playlist ID</key><integer>1</integer>\n"
+         "<key>Playlist Persistent ID</key><string>A</string>\n"
+         "<key>Parent Persistent ID</key><string>B</string>\n",
+         LibraryLayout::as_read, 4, 0},
+        {"<key>Protected</key><true/>\n", LibraryLayout::as_read, 1, 0},
+        {"<key>Protected</key>\n<true/>\n", LibraryLayout::no_library, 0, 0}, // the literal is not there
+        {"<key>Date Modified</key><date>2020</date>\n", LibraryLayout::as_read, 1, 0},
+        {"<key>Artist</key>\n<string>a</string>\n", LibraryLayout::other, 0, 1},
+        {"<key>Artist</key><string>a\n", LibraryLayout::other, 0, 1},
+        {"<key>Artist</key>a</string>\n", LibraryLayout::other, 0, 1},
+        {"<key>Artist</key><string>a</string><key>Album</key><string>b</string>\n", LibraryLayout::partly, 1,
+         1},
+        {"<key>Artist</key><string>a</string>\n<key>Album</key>\n", LibraryLayout::partly, 1, 1},
+        {"<key>Artist</key><string>a</string>\n<key>Album</key>\n<key>Year</key>\n", LibraryLayout::other, 1,
+         2},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.lines);
+        LayoutCounter counter;
+        for (const std::string& line : split(row.lines, '\n')) {
+            counter.add_line((line + "\n").c_str());
+        }
+        EXPECT_EQ(counter.layout(), row.layout);
+        EXPECT_EQ(counter.keys_beside(), row.beside);
+        EXPECT_EQ(counter.keys_apart(), row.apart);
+    }
+}
+
+TEST(LayoutCounter, NotesTheFirstVersionAndTheTracks) {
+    const std::string key = "<key>Application Version</key>";
+    const std::string track = "<key>Track ID</key><integer>1</integer>";
+    const struct {
+        std::vector<std::string> lines;
+        std::string version;
+        uint32_t tracks;
+    } rows[] = {
+        {{key + "<string>1.2</string>", key + "<string>9</string>"}, "1.2", 0},
+        {{key, "<string>4.1\x1B</string>", "<string>5</string>"}, "4.1\x1B", 0},
+        {{key, "<key>Major Version</key>", "<string>4</string>"}, "", 0},
+        {{key + "<string>" + std::string(64, '1') + "</string>"}, std::string(63, '1'), 0},
+        {{track, track, "<key>Playlists</key>", track}, "", 2},
+    };
+    for (const auto& row : rows) {
+        LayoutCounter counter;
+        std::ranges::for_each(row.lines, [&](const auto& line) { counter.add_line(line.c_str()); });
+        EXPECT_EQ(counter.version(), row.version);
+        EXPECT_EQ(counter.tracks(), row.tracks);
+    }
+}
+
+TEST(Library, EndsWholeWithItsTagAndBlanks) {
+    const struct {
+        std::string text;
+        bool is_whole;
+    } rows[] = {
+        {"</plist>", true},
+        {"x</plist> \t\r\n", true},
+        {"/plist>", false},
+        {"</plist>x", false},
+        {"</plist>" + std::string(1, '\0'), false},
+        {"", false},
+        {"\n", false},
+        // The blanks fill the block that is read, or the tag begins in the one before.
+        {"</plist>" + std::string(4087, '\n'), true},
+        {"</plist>" + std::string(4089, '\n'), true},
+        {"</plist>" + std::string(4095, '\n'), true},
+        {"x</plist>" + std::string(4096, '\n'), true},
+        {"</plist>" + std::string(9000, '\n'), true},
+        {"/plist>" + std::string(4096, '\n'), false},
+    };
+    const TempDir folder;
+    for (const auto& row : rows) {
+        write_file("l.xml", row.text);
+        EXPECT_EQ(library_ends_whole("l.xml"), row.is_whole) << row.text.size();
+    }
+    EXPECT_FALSE(library_ends_whole("none"));
+}
+
+} // namespace

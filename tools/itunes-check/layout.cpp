@@ -1,0 +1,139 @@
+#include "tools/itunes-check/layout.h"
+
+#include <algorithm>
+#include <cstring>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "common/upnp_memory.h"
+#include "itunes/library_values.h"
+#include "itunes/track_reader.h"
+
+namespace {
+
+constexpr size_t version_limit = 63;
+constexpr std::string_view key_tag = "<key>";
+constexpr std::string_view plist_end = "</plist>";
+
+/// iTunes writes it first, so that it tells an empty library's layout, as the one behind it does.
+constexpr std::string_view version_key = "<key>Application Version</key>";
+/// Keys with a text or a number that the import looks for beside those of tracks.
+constexpr std::string_view other_keys[] = {
+    version_key,
+    "<key>Major Version</key>",
+    "<key>Track ID</key>",
+    "<key>Playlist ID</key>",
+    "<key>Playlist Persistent ID</key>",
+    "<key>Parent Persistent ID</key>",
+};
+
+bool holds(std::string_view line, std::string_view text) {
+    return line.find(text) != std::string_view::npos;
+}
+
+/// Whether a value that the readers could take stands on the key's line.
+bool holds_value(std::string_view line, std::string_view key) {
+    constexpr std::string_view elements[][2] = {
+        {"<string>", "</string>"}, {"<integer>", "</integer>"}, {"<date>", "</date>"}};
+    const bool has_literal_value = !key.ends_with("</key>"); // as "<key>Podcasts</key><true/>"
+    return has_literal_value || std::ranges::any_of(elements, [line](const auto& element) {
+               return holds(line, element[0]) && holds(line, element[1]);
+           });
+}
+
+/// The key that an import takes from the line; empty for none.
+std::string_view key_of(const char* line, std::string_view text) {
+    const char* track_key = itunes_track_key(line);
+    if (track_key != nullptr) {
+        return track_key;
+    }
+    const auto* key =
+        std::ranges::find_if(other_keys, [text](std::string_view each) { return holds(text, each); });
+    return key == std::end(other_keys) ? std::string_view() : *key;
+}
+
+size_t count_of(std::string_view tag, std::string_view text) {
+    size_t count = 0;
+    for (size_t at = text.find(tag); at != std::string_view::npos; at = text.find(tag, at + tag.size())) {
+        ++count;
+    }
+    return count;
+}
+
+} // namespace
+
+void LayoutCounter::add_line(const char* line) {
+    const std::string_view text = line;
+    if (version_follows_) {
+        note_version(text); // in another layout
+        version_follows_ = false;
+    }
+    if (!holds(text, key_tag)) {
+        return;
+    }
+    count_keys(line, text);
+    in_playlists_ = in_playlists_ || holds(text, "<key>Playlists</key>");
+    if (!in_playlists_ && holds(text, "<key>Track ID</key>")) {
+        ++tracks_;
+    }
+}
+
+void LayoutCounter::count_keys(const char* line, std::string_view text) {
+    const std::string_view key = key_of(line, text);
+    if (key.empty()) {
+        has_sections_ =
+            has_sections_ || holds(text, "<key>Tracks</key>") || holds(text, "<key>Playlists</key>");
+        return;
+    }
+    ++(holds_value(text, key) ? keys_beside_ : keys_apart_);
+    keys_apart_ += static_cast<uint32_t>(count_of(key_tag, text) - 1);
+    if (key == version_key && version_.empty()) {
+        note_version(text);
+        version_follows_ = version_.empty();
+    }
+}
+
+void LayoutCounter::note_version(std::string_view text) {
+    std::string line(text); // which the import's function cuts
+    char* value = itunes_get_value(line.data(), "string");
+    if (value != nullptr) {
+        version_.assign(value, strnlen(value, version_limit));
+    }
+    upnp_free_unless_null(value);
+}
+
+LibraryLayout LayoutCounter::layout() const {
+    if (keys_apart_ > keys_beside_) {
+        return LibraryLayout::other;
+    }
+    if (keys_beside_ == 0 && !has_sections_) {
+        return LibraryLayout::no_library;
+    }
+    return keys_apart_ > 0 ? LibraryLayout::partly : LibraryLayout::as_read;
+}
+
+bool library_ends_whole(const std::string& path) {
+    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (descriptor < 0) {
+        return false;
+    }
+    char block[4096];
+    std::string_view text; // the block without the blanks at its end
+    off_t start = lseek(descriptor, 0, SEEK_END);
+    while (start > 0 && text.empty()) {
+        const off_t length = std::min(start, static_cast<off_t>(sizeof block));
+        start -= length;
+        if (pread(descriptor, block, static_cast<size_t>(length), start) != length) {
+            break;
+        }
+        text = std::string_view(block, static_cast<size_t>(length));
+        text = text.substr(0, text.find_last_not_of(" \t\r\n") + 1);
+    }
+    const off_t end = start + static_cast<off_t>(text.size());
+    const auto end_length = static_cast<off_t>(plist_end.size());
+    const bool is_whole = end >= end_length &&
+                          pread(descriptor, block, plist_end.size(), end - end_length) == end_length &&
+                          std::string_view(block, plist_end.size()) == plist_end;
+    (void)close(descriptor);
+    return is_whole;
+}
