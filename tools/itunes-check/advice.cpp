@@ -1,7 +1,9 @@
-// The end of the summary: what its reader can do.
+// The end of the summary: what its reader can do, the most useful first.
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "tools/itunes-check/output.h"
@@ -13,7 +15,7 @@ constexpr size_t shown_repairs = 2;
 
 /// The library's path as a word that no program takes for an option.
 std::string library_word(const CheckSummary& summary) {
-    return (summary.library_path.starts_with('-') ? "./" : "") + shell_word(summary.library_path);
+    return (summary.library.path.starts_with('-') ? "./" : "") + shell_word(summary.library.path);
 }
 
 /// The folder in front of the '=' of --map: as an address where it holds that sign itself.
@@ -32,66 +34,229 @@ std::string mapped_folder(const std::string& folder) {
     return shell_word(address);
 }
 
-/// Prints the ways to let an absolute path meet its files.
-void print_link(const std::string& folder) {
-    const std::string parent = folder.substr(0, std::max<size_t>(folder.rfind('/'), 1));
-    const std::string word = shell_word(folder);
-    printf("    mkdir -p %s &&\n      ln -s DIR %s\n    mkdir -p %s &&\n      mount --bind DIR %s\n",
-           shell_word(parent).c_str(), word.c_str(), word.c_str(), word.c_str());
+std::string parent_of(const std::string& path) {
+    const size_t slash = path.rfind('/');
+    return slash == std::string::npos ? "" : path.substr(0, std::max<size_t>(slash, 1));
 }
 
-/// Prints the ways to let a folder's paths meet its files.
-void print_repair(const CheckSummary& summary, const FolderGroup& group) {
-    const bool is_absolute = group.folder.starts_with('/');
-    printf("  If the files of %s\n", escaped(group.folder).c_str());
-    puts(is_absolute ? "  are in DIR, one of these:" : "  are in DIR:");
-    if (is_absolute) {
-        print_link(group.folder);
+bool exists(const std::string& path) {
+    return access(path.c_str(), F_OK) == 0;
+}
+
+/// "sudo " where this user may not make the path.
+const char* sudo_for(std::string path) {
+    while (!path.empty() && path != "/" && !exists(path)) {
+        path = parent_of(path);
     }
-    printf("    itunes-prepare --map %s=DIR \\\n      %s prepared.xml\n", mapped_folder(group.folder).c_str(),
+    return access(path.empty() ? "." : path.c_str(), W_OK) == 0 ? "" : "sudo ";
+}
+
+/// Prints the ways to let an absolute path meet its files.
+void print_link(const std::string& folder) {
+    const std::string word = shell_word(folder);
+    const std::string parent = shell_word(parent_of(folder));
+    const char* sudo = sudo_for(folder);
+    const char* root = geteuid() == 0 ? "" : "sudo ";
+    printf("    %smkdir -p %s &&\n      %sln -s DIR %s\n", sudo, parent.c_str(), sudo, word.c_str());
+    printf("    %smkdir -p %s &&\n      %smount --bind DIR %s\n", sudo, word.c_str(), root, word.c_str());
+}
+
+void print_map(const CheckSummary& summary, const std::string& folder) {
+    printf("    itunes-prepare --map %s=DIR \\\n      %s prepared.xml\n", mapped_folder(folder).c_str(),
            library_word(summary).c_str());
 }
 
-/// Whether nothing of an absolute folder, or one on a drive, is there.
-bool is_absent(const FolderGroup& group) {
-    const std::string& folder = group.folder;
-    const bool is_rooted = folder.starts_with('/') || (folder.size() > 1 && folder[1] == ':');
-    return group.existing == 0 && is_rooted && access(folder.c_str(), F_OK) != 0 && errno != EACCES;
+/// A beginning that paths share and of which nothing is there.
+struct AbsentBeginning {
+    std::string folder;
+    bool is_there; // the folder is, but none of its files
+    uint32_t tracks;
+};
+
+bool lies_in(const std::string& path, const std::string& folder) {
+    return path.starts_with(folder) &&
+           (path.size() == folder.size() || path[folder.size()] == '/' || folder == "/");
 }
 
-/// The largest folders that are absent; none where every missing file was found.
-std::vector<const FolderGroup*> absent_folders(const CheckSummary& summary) {
-    std::vector<const FolderGroup*> absent;
-    if (summary.explanation.respelled() == summary.tally.tracks_of(TrackOutcome::missing)) {
-        return absent;
-    }
-    for (const FolderGroup& group : summary.folders) {
-        if (absent.size() < shown_repairs && is_absent(group)) {
-            absent.push_back(&group);
+/// The folder that both are, or that both lie in directly; empty for none, and for the root.
+std::string shared_beginning(const std::string& one, const std::string& other) {
+    const std::string parent = parent_of(other);
+    const bool is_shared = parent == one || parent == parent_of(one);
+    return is_shared && parent != "/" ? parent : "";
+}
+
+/// Whether files of the library are found in the folder.
+bool holds_files(const CheckSummary& summary, const std::string& folder) {
+    return std::ranges::any_of(summary.folders, [&](const FolderGroup& group) {
+        return group.existing > 0 && lies_in(group.folder, folder);
+    });
+}
+
+/// Adds a folder, as one beginning with folders beside it.
+void add_beginning(const CheckSummary& summary, const FolderGroup& group, bool is_there,
+                   std::vector<AbsentBeginning>* beginnings) {
+    for (AbsentBeginning& each : *beginnings) {
+        const std::string shared = shared_beginning(each.folder, group.folder);
+        if (!shared.empty() && !each.is_there && !is_there && !holds_files(summary, shared)) {
+            each.folder = shared;
+            each.tracks += group.tracks;
+            return;
         }
     }
-    return absent;
+    beginnings->push_back({group.folder, is_there, group.tracks});
+}
+
+/// Whether the paths of a folder are found nowhere, and would be if it were elsewhere.
+bool is_map_wanted(const FolderGroup& group) {
+    const std::string& folder = group.folder;
+    const bool is_rooted = folder.starts_with('/') || (folder.size() > 1 && folder[1] == ':');
+    return group.existing == 0 && is_rooted && folder != "/";
+}
+
+/// The beginnings of which nothing is there, those with the most tracks first; none where every missing file was
+/// found under another spelling.
+std::vector<AbsentBeginning> absent_beginnings(const CheckSummary& summary) {
+    std::vector<AbsentBeginning> beginnings;
+    if (summary.explanation.respelled() == summary.tally().tracks_of(TrackOutcome::missing)) {
+        return beginnings;
+    }
+    for (const FolderGroup& group : summary.folders) {
+        const bool is_there = exists(group.folder);
+        const bool is_closed = !is_there && errno == EACCES;
+        if (is_map_wanted(group) && !is_closed) {
+            add_beginning(summary, group, is_there, &beginnings);
+        }
+    }
+    std::ranges::stable_sort(beginnings, std::ranges::greater(), &AbsentBeginning::tracks);
+    return beginnings;
+}
+
+/// Prints the ways to let a beginning's paths meet their files. A link does as much as a prepared copy only where
+/// nothing else is to be mended.
+void print_repair(const CheckSummary& summary, const AbsentBeginning& beginning) {
+    const std::string folder = escaped(beginning.folder);
+    if (beginning.is_there) {
+        printf("  %s is there, none of its %u files is:\n"
+               "  where they are a folder higher or deeper, in DIR:\n",
+               folder.c_str(), beginning.tracks);
+        print_map(summary, beginning.folder);
+        return;
+    }
+    const bool may_link = beginning.folder.starts_with('/') && !summary.is_misread();
+    printf("  If the files of %s\n", folder.c_str());
+    puts(may_link ? "  are in DIR, one of these:" : "  are in DIR:");
+    if (may_link) {
+        print_link(beginning.folder);
+    }
+    print_map(summary, beginning.folder);
+}
+
+void print_repairs(const CheckSummary& summary, const std::vector<AbsentBeginning>& beginnings) {
+    for (size_t index = 0; index < std::min(beginnings.size(), shown_repairs); ++index) {
+        print_repair(summary, beginnings[index]);
+    }
+    if (beginnings.size() > 1) {
+        puts("  For more than one folder give each its --map in one itunes-prepare command.");
+    }
+}
+
+/// The first folder on the way that this user may not enter; empty for none.
+std::string closed_folder(const std::string& path) {
+    for (size_t slash = path.find('/', 1); slash != std::string::npos; slash = path.find('/', slash + 1)) {
+        const std::string folder = path.substr(0, slash);
+        struct stat status = {};
+        if (stat(folder.c_str(), &status) != 0) {
+            return {};
+        }
+        if (S_ISDIR(status.st_mode) && access(folder.c_str(), X_OK) != 0) {
+            return folder;
+        }
+    }
+    return {};
+}
+
+/// Tells of folders that this user may not enter, with whose they are.
+std::vector<std::string> closed_folders(const CheckSummary& summary) {
+    std::vector<std::string> closed;
+    for (const TrackExample& example : summary.explanation.examples(TrackOutcome::missing)) {
+        const std::string folder = closed_folder(*example.path);
+        if (!folder.empty() && std::ranges::find(closed, folder) == closed.end()) {
+            closed.push_back(folder);
+        }
+    }
+    return closed;
+}
+
+void print_closed(const std::string& folder) {
+    struct stat status = {};
+    (void)stat(folder.c_str(), &status);
+    printf("  This user (%u) may not enter a folder of user %u; whoever owns it can open it:\n"
+           "    sudo chmod o+x %s\n",
+           static_cast<unsigned>(geteuid()), static_cast<unsigned>(status.st_uid),
+           shell_word(folder).c_str());
+}
+
+void print_copy(const CheckSummary& summary) {
+    const bool is_misread = summary.is_misread();
+    printf("  Import a copy %s:\n    itunes-prepare %s prepared.xml\n",
+           is_misread ? "in the layout that the import reads" : "with the paths that the disk has",
+           library_word(summary).c_str());
+    if (is_misread && summary.tally().records() < summary.tally().track_count()) {
+        puts("  and check it again, since the layout may hide more:\n    itunes-check prepared.xml");
+    }
+}
+
+/// Prints the recipe for players that read no bare ampersand.
+void print_strict_copies(const CheckSummary& summary) {
+    const auto count = std::ranges::count_if(summary.tally().playlists, [](const CheckedPlaylist& each) {
+        return each.outcome == CheckedOutcome::file && each.sign == WplSign::ampersand;
+    });
+    printf("  For players that list nothing from the %zu playlist file%s with a bare &:\n"
+           "    mkdir strict && cp PLAYLISTS/*.wpl strict &&\n"
+           "      sed -i -E 's/&(amp;)?/\\&amp;/g' strict/*.wpl\n",
+           static_cast<size_t>(count), count == 1 ? "" : "s");
+}
+
+bool has_ampersand(const CheckSummary& summary) {
+    return std::ranges::any_of(summary.tally().playlists, [](const CheckedPlaylist& each) {
+        return each.outcome == CheckedOutcome::file && each.sign == WplSign::ampersand;
+    });
+}
+
+/// Whether the tracks are all in the cloud or protected, so that no path can help.
+bool is_out_of_reach(const LibraryTally& tally) {
+    const uint32_t unreachable =
+        tally.tracks_of(TrackOutcome::no_location) + tally.tracks_of(TrackOutcome::copy_protected);
+    return tally.layout == LibraryLayout::as_read && unreachable > 0 && unreachable == tally.track_count();
 }
 
 } // namespace
 
 void print_what_to_do(const CheckSummary& summary) {
-    const bool is_other = summary.is_in_other_layout();
-    const bool wants_copy = is_other || summary.explanation.respelled() > 0;
-    const std::vector<const FolderGroup*> absent = absent_folders(summary);
-    if (!wants_copy && absent.empty()) {
+    const bool is_damaged = !summary.library.damage.empty(); // which itunes-prepare refuses
+    const bool wants_copy = !is_damaged && (summary.is_misread() || summary.explanation.respelled() > 0);
+    const bool is_unreachable = is_out_of_reach(summary.tally());
+    const std::vector<AbsentBeginning> absent =
+        is_damaged ? std::vector<AbsentBeginning>() : absent_beginnings(summary);
+    const std::vector<std::string> closed = closed_folders(summary);
+    const bool has_sign = has_ampersand(summary);
+    if (!is_damaged && !wants_copy && !is_unreachable && absent.empty() && closed.empty() && !has_sign) {
         return;
     }
     puts("\nWhat to do");
+    if (is_damaged) {
+        puts("  Export the library anew: it is damaged, and itunes-prepare refuses it.");
+    }
     if (wants_copy) {
-        printf("  Import a copy %s:\n    itunes-prepare %s prepared.xml\n",
-               is_other ? "in the layout that the import reads" : "with the paths that the disk has",
-               library_word(summary).c_str());
+        print_copy(summary);
     }
-    for (const FolderGroup* group : absent) {
-        print_repair(summary, *group);
+    print_repairs(summary, absent);
+    std::ranges::for_each(closed, print_closed);
+    if (is_unreachable) {
+        puts("  Download the tracks that are in the cloud only; of protected ones it takes\n"
+             "  unprotected copies. No track of the library can be played from a file.");
     }
-    if (absent.size() > 1) {
-        puts("  For more than one folder give each its --map in one itunes-prepare command.");
+    if (has_sign) {
+        print_strict_copies(summary);
     }
 }

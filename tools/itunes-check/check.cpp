@@ -76,8 +76,8 @@ bool is_watched(const CheckRequest& request, int64_t size) {
 }
 
 /// Reads the library as an import does, with its workspace in the empty `directory`.
-LibraryTally tally_library(const CheckRequest& request, int64_t size, const std::string& directory,
-                           std::function<void(const TrackReport&)> on_track) {
+LibraryTally tally_import(const CheckRequest& request, int64_t size, const std::string& directory,
+                          std::function<void(const TrackReport&)> on_track) {
     ListenerOptions options = {size, nullptr, std::move(on_track), true};
     const bool shows_progress = is_watched(request, size);
     if (shows_progress) {
@@ -102,28 +102,49 @@ bool is_complete(const LibraryTally& tally) {
     return count_items(items_path).records == tally.records();
 }
 
-/// Reads the library and prints the result in the form that was asked for.
-LibraryTally tally_and_print(const CheckRequest& request, int64_t size, const std::string& directory,
-                             const std::optional<PresentItems>& present) {
-    switch (request.form) {
-    case OutputForm::list: {
-        const LibraryTally tally = tally_library(request, size, directory, print_track_line);
-        print_playlist_lines(tally.playlists);
-        return tally;
+/// Reads the library as an import does and as a property list, and compares.
+CheckedLibrary check_library(const CheckRequest& request, int64_t size, const std::string& directory,
+                             const std::function<void(const TrackReport&)>& on_track) {
+    HeardTitles titles;
+    const auto note_track = [&](const TrackReport& report) {
+        const bool is_compared = report.outcome == TrackOutcome::record && report.title != nullptr;
+        titles.push_back(is_compared ? track_title_number(report.title) : 0);
+        on_track(report);
+    };
+    CheckedLibrary library;
+    library.path = request.library_path;
+    library.tally = tally_import(request, size, directory, note_track);
+    if (library.tally.layout == LibraryLayout::no_library) {
+        return library; // which says it all
     }
-    case OutputForm::json: {
-        const LibraryTally tally = tally_library(request, size, directory, print_track_object);
-        print_playlist_objects(tally.playlists);
-        print_summary_object(request.library_path, tally, present);
-        return tally;
+    const LibraryMeaning meaning(request.library_path, titles);
+    library.damage = meaning.damage();
+    library.losses = find_losses(meaning, library.tally);
+    library.main_lists = count_unlisted_main(meaning, library.tally);
+    return library;
+}
+
+/// Checks the library and prints the result in the form that was asked for.
+CheckedLibrary check_and_print(const CheckRequest& request, int64_t size, const std::string& directory,
+                               const std::optional<PresentItems>& present) {
+    if (request.form == OutputForm::list) {
+        CheckedLibrary library = check_library(request, size, directory, print_track_line);
+        print_playlist_lines(library.tally.playlists);
+        print_loss_lines(library.losses);
+        return library;
     }
-    case OutputForm::summary: break;
+    if (request.form == OutputForm::json) {
+        CheckedLibrary library = check_library(request, size, directory, print_track_object);
+        print_playlist_objects(library.tally.playlists);
+        print_loss_objects(library.losses);
+        print_summary_object(library, present);
+        return library;
     }
     TrackExplanation explanation;
-    LibraryTally tally = tally_library(request, size, directory,
-                                       [&](const TrackReport& report) { explanation.add_track(report); });
-    print_summary({request.library_path, tally, explanation, explanation.finish_folders(), present});
-    return tally;
+    CheckedLibrary library = check_library(request, size, directory,
+                                           [&](const TrackReport& report) { explanation.add_track(report); });
+    print_summary({library, explanation, explanation.finish_folders(), present});
+    return library;
 }
 
 /// The check in its scratch directory; returns the exit status.
@@ -132,7 +153,7 @@ int check_in(const std::string& directory, const CheckRequest& request, int64_t 
     if (request.items_path) {
         present = present_items(request);
     }
-    const LibraryTally tally = tally_and_print(request, size, directory, present);
+    const LibraryTally tally = check_and_print(request, size, directory, present).tally;
     int status = exit_done;
     if (!is_complete(tally)) {
         fprintf(stderr, "%s: the directory below TMPDIR is full: the result is not whole\n", program);

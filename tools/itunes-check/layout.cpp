@@ -3,9 +3,12 @@
 #include <algorithm>
 #include <cstring>
 #include <fcntl.h>
+#include <iterator>
 #include <unistd.h>
+#include <vector>
 
 #include "common/upnp_memory.h"
+#include "itunes/library_key.h"
 #include "itunes/library_values.h"
 #include "itunes/track_reader.h"
 
@@ -17,15 +20,7 @@ constexpr std::string_view plist_end = "</plist>";
 
 /// iTunes writes it first, so that it tells an empty library's layout, as the one behind it does.
 constexpr std::string_view version_key = "<key>Application Version</key>";
-/// Keys with a text or a number that the import looks for beside those of tracks.
-constexpr std::string_view other_keys[] = {
-    version_key,
-    "<key>Major Version</key>",
-    "<key>Track ID</key>",
-    "<key>Playlist ID</key>",
-    "<key>Playlist Persistent ID</key>",
-    "<key>Parent Persistent ID</key>",
-};
+constexpr std::string_view first_keys[] = {version_key, "<key>Major Version</key>", "<key>Track ID</key>"};
 
 bool holds(std::string_view line, std::string_view text) {
     return line.find(text) != std::string_view::npos;
@@ -41,15 +36,27 @@ bool holds_value(std::string_view line, std::string_view key) {
            });
 }
 
+/// Keys with a text or a number that the import looks for beside those of tracks.
+std::vector<std::string> other_keys() {
+    std::vector<std::string> keys(std::begin(first_keys), std::end(first_keys));
+    for (const LibraryKey& key : itunes_playlist_keys()) {
+        if ((key.elements & (library_element_string | library_element_integer)) != 0) {
+            keys.push_back("<key>" + std::string(key.name) + "</key>");
+        }
+    }
+    return keys;
+}
+
 /// The key that an import takes from the line; empty for none.
 std::string_view key_of(const char* line, std::string_view text) {
     const char* track_key = itunes_track_key(line);
     if (track_key != nullptr) {
         return track_key;
     }
-    const auto* key =
-        std::ranges::find_if(other_keys, [text](std::string_view each) { return holds(text, each); });
-    return key == std::end(other_keys) ? std::string_view() : *key;
+    static const std::vector<std::string> keys = other_keys();
+    const auto key =
+        std::ranges::find_if(keys, [text](const std::string& each) { return holds(text, each); });
+    return key == keys.end() ? std::string_view() : *key;
 }
 
 size_t count_of(std::string_view tag, std::string_view text) {

@@ -69,13 +69,34 @@ void print_playlist_objects(const std::vector<CheckedPlaylist>& playlists) {
     }
 }
 
-void print_summary_object(const std::string& library_path, const LibraryTally& tally,
-                          const std::optional<PresentItems>& present) {
-    printf("{\"kind\":\"summary\",\"library\":%s,\"version\":%s,\"whole\":%s,\"layout\":\"%s\",\"keys\":%u,"
-           "\"keys_apart\":%u,\"tracks\":%u",
-           json_string(library_path).c_str(), json_unless_empty(tally.version).c_str(),
-           tally.is_whole ? "true" : "false", layout_word(tally.layout), tally.keys_beside + tally.keys_apart,
-           tally.keys_apart, tally.track_count());
+void print_loss_lines(const std::vector<LibraryLoss>& losses) {
+    for (const LibraryLoss& loss : losses) {
+        printf("loss\t%s\t%zu\t%s\n", loss_word(loss.kind), loss.count,
+               escaped(loss.examples.front()).c_str());
+    }
+}
+
+void print_loss_objects(const std::vector<LibraryLoss>& losses) {
+    for (const LibraryLoss& loss : losses) {
+        printf("{\"kind\":\"loss\",\"loss\":\"%s\",\"count\":%zu,\"examples\":[", loss_word(loss.kind),
+               loss.count);
+        const char* separator = "";
+        for (const std::string& example : loss.examples) {
+            printf("%s%s", separator, json_string(example).c_str());
+            separator = ",";
+        }
+        puts("]}");
+    }
+}
+
+void print_summary_object(const CheckedLibrary& library, const std::optional<PresentItems>& present) {
+    const LibraryTally& tally = library.tally;
+    printf("{\"kind\":\"summary\",\"library\":%s,\"version\":%s,\"whole\":%s,\"damage\":%s,\"layout\":\"%s\","
+           "\"keys\":%u,\"keys_apart\":%u,\"tracks\":%u",
+           json_string(library.path).c_str(), json_unless_empty(tally.version).c_str(),
+           tally.is_whole ? "true" : "false", json_unless_empty(library.damage).c_str(),
+           layout_word(tally.layout), tally.keys_beside + tally.keys_apart, tally.keys_apart,
+           tally.track_count());
     for (size_t outcome = 0; outcome < track_outcome_count; ++outcome) {
         printf(",\"%s\":%u", track_fields[outcome], tally.tracks[outcome]);
     }

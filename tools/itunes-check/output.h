@@ -7,6 +7,7 @@
 
 #include "tools/itunes-check/explanation.h"
 #include "tools/itunes-check/judgement.h"
+#include "tools/itunes-check/losses.h"
 #include "tools/itunes-check/tally.h"
 
 /// One line a track or playlist, fields between tabs.
@@ -16,19 +17,31 @@ void print_playlist_lines(const std::vector<CheckedPlaylist>& playlists);
 /// One JSON object a track or playlist, and one at the end.
 void print_track_object(const TrackReport& report);
 void print_playlist_objects(const std::vector<CheckedPlaylist>& playlists);
-void print_summary_object(const std::string& library_path, const LibraryTally& tally,
-                          const std::optional<PresentItems>& present);
+void print_loss_lines(const std::vector<LibraryLoss>& losses);
+void print_loss_objects(const std::vector<LibraryLoss>& losses);
+
+/// What came out of a library, and what of it is not as the library means it.
+struct CheckedLibrary {
+    std::string path;
+    LibraryTally tally;
+    std::string damage; // where and why it is no property list; empty for one
+    std::vector<LibraryLoss> losses;
+    size_t main_lists = 0; // of all tracks, among the playlists that are not listed
+};
+void print_summary_object(const CheckedLibrary& library, const std::optional<PresentItems>& present);
 
 /// All that the summary tells of; borrowed for the call.
 struct CheckSummary {
-    const std::string& library_path;
-    const LibraryTally& tally;
+    const CheckedLibrary& library;
     const TrackExplanation& explanation;
     const std::vector<FolderGroup>& folders;
     const std::optional<PresentItems>& present; // nothing where it was not asked for
 
-    [[nodiscard]] bool is_in_other_layout() const {
-        return tally.layout == LibraryLayout::partly || tally.layout == LibraryLayout::other;
+    [[nodiscard]] const LibraryTally& tally() const { return library.tally; }
+    /// Whether the import can not read all that the library says.
+    [[nodiscard]] bool is_misread() const {
+        return tally().layout == LibraryLayout::partly || tally().layout == LibraryLayout::other ||
+               !library.losses.empty();
     }
 };
 void print_summary(const CheckSummary& summary);

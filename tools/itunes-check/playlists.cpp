@@ -11,12 +11,6 @@
 
 namespace {
 
-std::string file_name_of(const char* title, const char* type) {
-    char path[import_path_size];
-    itunes_playlist_file_path(path, "", type, title);
-    return path + 1; // without the '/' behind no directory
-}
-
 bool stays_in_workspace(const std::string& name) {
     char source[import_path_size];
     import_move_source(source, sizeof source, name.c_str());
@@ -53,6 +47,12 @@ const char* checked_outcome_word(CheckedOutcome outcome) {
     case CheckedOutcome::not_moved: return "not-moved";
     }
     return "";
+}
+
+std::string playlist_file_name(const std::string& title, const std::string& type) {
+    char path[import_path_size];
+    itunes_playlist_file_path(path, "", type.c_str(), title.c_str());
+    return path + 1; // without the '/' behind no directory
 }
 
 void PlaylistListener::add_event(const PlaylistEvent& event) {
@@ -103,7 +103,7 @@ void PlaylistListener::begin_file(const PlaylistEvent& event) {
     playlist.outcome = CheckedOutcome::file;
     playlist.title = event.title;
     playlist.type = event.type;
-    playlist.file_name = file_name_of(event.title, event.type);
+    playlist.file_name = playlist_file_name(playlist.title, playlist.type);
     if (finds_signs_) {
         const WplSign sign = wpl_path_sign(import_run.library_path); // stands in front of the title
         playlist.sign = sign != WplSign::none ? sign : wpl_title_sign(event.title);

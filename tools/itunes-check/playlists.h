@@ -34,6 +34,9 @@ struct CheckedPlaylist {
     std::string file_name;        // empty where it gets no file
 };
 
+/// The name of the file that a playlist of this title and type gets.
+[[nodiscard]] std::string playlist_file_name(const std::string& title, const std::string& type);
+
 /// Hears of the playlists, each from its Name line to the next one or the end of the library.
 class PlaylistListener {
 public:

@@ -19,8 +19,8 @@ const char* plural(size_t count) {
 }
 
 void print_library(const CheckSummary& summary) {
-    const LibraryTally& tally = summary.tally;
-    printf("%s\n  written by ", escaped(summary.library_path).c_str());
+    const LibraryTally& tally = summary.tally();
+    printf("%s\n  written by ", escaped(summary.library.path).c_str());
     if (tally.version.empty()) {
         fputs("an unknown program", stdout);
     } else {
@@ -45,6 +45,35 @@ void print_library(const CheckSummary& summary) {
                tally.keys_apart, keys);
         break;
     case LibraryLayout::no_library: puts("  NO LIBRARY: no line holds a key of one"); break;
+    }
+    if (!summary.library.damage.empty()) {
+        printf("  DAMAGED, no whole property list: %s\n", summary.library.damage.c_str());
+    }
+}
+
+const char* loss_text(LossKind kind) {
+    switch (kind) {
+    case LossKind::folders: return "without the folders in front of a playlist's title";
+    case LossKind::titles: return "with another title of a playlist";
+    case LossKind::replaced: return "overwritten because of that";
+    case LossKind::no_file: return "without a file, as if the playlist were of another kind";
+    case LossKind::extra_file: return "with a file, though the list is built in, smart or hidden";
+    case LossKind::track_titles: return "with another title of a track that arrives";
+    case LossKind::track_ids: return "with an id of several tracks, of which playlists find one";
+    }
+    return "";
+}
+
+void print_losses(const std::vector<LibraryLoss>& losses) {
+    if (losses.empty()) {
+        return;
+    }
+    puts("\nWhat the import reads otherwise than the library means it");
+    for (const LibraryLoss& loss : losses) {
+        printf("  %6zu %s\n", loss.count, loss_text(loss.kind));
+        for (const std::string& example : loss.examples) {
+            printf("           %s\n", escaped(example).c_str());
+        }
     }
 }
 
@@ -73,7 +102,7 @@ void print_existing_part(const TrackExample& example) {
 }
 
 void print_tracks_of(const CheckSummary& summary, TrackOutcome outcome, const char* reason) {
-    const uint32_t count = summary.tally.tracks_of(outcome);
+    const uint32_t count = summary.tally().tracks_of(outcome);
     if (count == 0) {
         return;
     }
@@ -90,7 +119,7 @@ void print_tracks_of(const CheckSummary& summary, TrackOutcome outcome, const ch
 }
 
 void print_tracks(const CheckSummary& summary) {
-    const LibraryTally& tally = summary.tally;
+    const LibraryTally& tally = summary.tally();
     const bool is_well_read = tally.is_whole && tally.layout == LibraryLayout::as_read;
     printf("\nTracks: %u of %u will arrive\n", tally.records(), tally.track_count());
     print_tracks_of(summary, TrackOutcome::missing, "the file is not there (playlists keep the path)");
@@ -103,14 +132,14 @@ void print_tracks(const CheckSummary& summary) {
 
 void print_present_items(const CheckSummary& summary) {
     if (summary.present) {
-        printf("\nRecords: %u to come, %llu at present in %s\n", summary.tally.records(),
+        printf("\nRecords: %u to come, %llu at present in %s\n", summary.tally().records(),
                static_cast<unsigned long long>(summary.present->records),
                escaped(summary.present->path).c_str());
     }
 }
 
 void print_folders(const CheckSummary& summary) {
-    if (summary.tally.tracks_of(TrackOutcome::missing) == 0) {
+    if (summary.tally().tracks_of(TrackOutcome::missing) == 0) {
         return;
     }
     puts("\nFolders that the library's paths begin with\n  tracks  there");
@@ -190,7 +219,7 @@ void print_files(const std::vector<const CheckedPlaylist*>& files) {
     }
 }
 
-void print_left_out(const Playlists& playlists) {
+void print_left_out(const Playlists& playlists, size_t main_lists) {
     struct Reason {
         CheckedOutcome outcome;
         const char* text;
@@ -207,8 +236,12 @@ void print_left_out(const Playlists& playlists) {
     };
     for (const Reason& reason : reasons) {
         const auto left_out = playlists_of(playlists, reason.outcome);
+        const bool has_main = reason.outcome == CheckedOutcome::not_listed && main_lists > 0;
         if (!left_out.empty()) {
-            printf("  %6zu %s\n", left_out.size(), reason.text);
+            printf("  %6zu %s%s\n", left_out.size(), reason.text,
+                   !has_main                       ? ""
+                   : left_out.size() == main_lists ? ": the list of all tracks"
+                                                   : ", with the list of all tracks");
             print_titles(left_out);
         }
     }
@@ -231,11 +264,12 @@ void print_signs(const Playlists& playlists) {
     }
 }
 
-void print_playlists(const Playlists& playlists) {
+void print_playlists(const CheckedLibrary& library) {
+    const Playlists& playlists = library.tally.playlists;
     const auto files = playlists_of(playlists, CheckedOutcome::file);
     printf("\nPlaylists: %zu of %zu will get a file\n", files.size(), playlists.size());
     print_files(files);
-    print_left_out(playlists);
+    print_left_out(playlists, library.main_lists);
     print_signs(playlists);
 }
 
@@ -247,6 +281,7 @@ void print_summary(const CheckSummary& summary) {
     print_present_items(summary);
     print_folders(summary);
     print_spellings(summary.explanation);
-    print_playlists(summary.tally.playlists);
+    print_playlists(summary.library);
+    print_losses(summary.library.losses);
     print_what_to_do(summary);
 }
