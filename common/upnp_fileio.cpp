@@ -196,14 +196,12 @@ char* upnp_file_read_line(char* buffer, uint32_t size, UpnpFile* file) {
     if (buffer == nullptr) {
         return nullptr;
     }
+    memset(buffer, 0,
+           size); // before the read: of the line before nothing is left, whatever the kernel delivers
     if (file == nullptr) {
-        memset(buffer, 0, size);
         return nullptr;
     }
     const ssize_t count = read(file->descriptor, buffer, size);
-    // Only what the read left: clearing all of the buffer for every line costs as much as searching it.
-    const size_t filled = count > 0 ? static_cast<size_t>(count) : 0;
-    memset(buffer + filled, 0, size - filled);
     if (count < 0) {
         log_failure(UpnpFileCall::read,
                     "LOG_SYSTEM:file_read error (errno=%d,filedescriptor=%d,bytestoread=%d) ", errno,

@@ -29,35 +29,36 @@ std::atomic<uint32_t> log_mask = 0;
 constinit upnp_mutex_t log_life = {PTHREAD_MUTEX_INITIALIZER, {}, 0};
 bool log_initialised = false; // guarded by log_life
 
-/// Enters LogCriticalSection if logging is on, and returns whether it is. The owner, whose failing write logs
-/// itself, enters again without log_life: the thread that holds that may be waiting for it to leave.
-bool enter_section() {
+/// Enters LogCriticalSection if logging is on, and stays in log_life if not, so that nobody begins to log before
+/// the text is out; returns what it holds. The owner, whose failing write logs itself, enters again without
+/// log_life: the thread that holds that may be waiting for it to leave.
+upnp_mutex_t* enter_section() {
     if (LogCriticalSection.owner.load(std::memory_order_relaxed) == pthread_self()) {
         upnp_mutex_lock(&LogCriticalSection);
-        return true;
+        return &LogCriticalSection;
     }
-    const UpnpMutexGuard life(&log_life);
-    if (log_initialised) {
-        upnp_mutex_lock(&LogCriticalSection);
+    upnp_mutex_lock(&log_life);
+    if (!log_initialised) {
+        return &log_life;
     }
-    return log_initialised;
+    upnp_mutex_lock(&LogCriticalSection);
+    upnp_mutex_unlock(&log_life);
+    return &LogCriticalSection;
 }
 
-/// Holds LogCriticalSection to the end of the scope, unless logging is off.
+/// Holds the place where texts go, to the end of the scope.
 class LogSection {
 public:
-    LogSection() : entered_(enter_section()) {}
-    ~LogSection() {
-        if (entered_) {
-            upnp_mutex_unlock(&LogCriticalSection);
-        }
-    }
+    LogSection() : held_(enter_section()) {}
+    ~LogSection() { upnp_mutex_unlock(held_); }
     LogSection(const LogSection&) = delete;
     LogSection& operator=(const LogSection&) = delete;
-    [[nodiscard]] bool entered() const { return entered_; }
+
+    /// Whether logging is on.
+    [[nodiscard]] bool entered() const { return held_ == &LogCriticalSection; }
 
 private:
-    bool entered_;
+    upnp_mutex_t* held_;
 };
 
 /// Goes to console mode, before the close: should that fail, its line must not go to the file.

@@ -7,6 +7,7 @@
 namespace {
 
 PlaylistFolder* PlaylistFolderList = nullptr;
+uint32_t list_version = 0; // entries added since the process started
 
 } // namespace
 
@@ -22,6 +23,7 @@ void itunes_folder_list_add(int32_t playlist_id, const char* name, const char* p
     entry->playlist_id = playlist_id;
     entry->next = PlaylistFolderList;
     PlaylistFolderList = entry;
+    ++list_version;
 }
 
 PlaylistFolder* itunes_folder_list_find(const char* persistent_id) {
@@ -34,6 +36,10 @@ PlaylistFolder* itunes_folder_list_find(const char* persistent_id) {
         entry = entry->next;
     }
     return entry;
+}
+
+uint32_t itunes_folder_list_version() {
+    return list_version;
 }
 
 void itunes_folder_list_free() {

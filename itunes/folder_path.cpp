@@ -9,11 +9,11 @@ namespace {
 
 uint32_t path_count = 0; // paths built since the process started; each marks the entries that it passes
 
-/// Looked for once: a chain of folders would otherwise cost the cube of its length.
+/// Looked for once in a list: a chain of folders would otherwise cost the cube of its length.
 PlaylistFolder* parent_of(PlaylistFolder* folder) {
-    if (!folder->parent_is_known) {
+    if (folder->parent_version != itunes_folder_list_version()) {
         folder->parent = itunes_folder_list_find(folder->parent_persistent_id);
-        folder->parent_is_known = true;
+        folder->parent_version = itunes_folder_list_version();
     }
     return folder->parent;
 }

@@ -127,5 +127,9 @@ TEST(FolderPath, KeepsTheOutermostNamesWhereItIsCut) {
     itunes_folder_path(path, id);
     EXPECT_STREQ(path, "");
     EXPECT_EQ(itunes_folder_list_find("299")->playlist_id, 299);
+    itunes_folder_list_add(-1, "top", "-1", nullptr); // after a path was asked for
+    upnp_copy_text(id, sizeof id, "0");
+    itunes_folder_path(path, id);
+    EXPECT_STREQ(path, "top/0");
     itunes_folder_list_free();
 }

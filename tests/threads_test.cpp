@@ -3,8 +3,10 @@
 #include "tests/support.h"
 
 #include <algorithm>
+#include <atomic>
 #include <set>
 #include <thread>
+#include <unistd.h>
 
 #include "common/upnp_log.h"
 #include "common/upnp_memory.h"
@@ -29,24 +31,63 @@ TEST(Threads, EveryLineIsWholeOrRefusedWhileTheLogEndsAndBegins) {
             };
             std::thread one(disturb);
             std::thread other(disturb);
-            for (int line = 0; line < 2000; ++line) {
-                upnp_log_message(0, "line %d of the writer", line);
-                missing.insert("TIME line " + std::to_string(line) + " of the writer");
+            const auto write = [](char writer) {
+                for (int line = 0; line < 2000; ++line) {
+                    upnp_log_message(0, "line %d of %c", line, writer);
+                }
+            };
+            std::thread second(write, '2');
+            write('1');
+            for (std::thread* thread : {&one, &other, &second}) {
+                thread->join();
             }
-            one.join();
-            other.join();
             upnp_log_close();
         });
     });
     EXPECT_EQ(open_files(), files_before);
+    for (int line = 0; line < 2000; ++line) {
+        missing.insert("TIME line " + std::to_string(line) + " of 1");
+        missing.insert("TIME line " + std::to_string(line) + " of 2");
+    }
     for (const std::string& line : split(mask_times(read_file("one") + read_file("two") + printed), '\n')) {
         EXPECT_TRUE(line.empty() || missing.erase(line) == 1) << line;
     }
     const auto is_refused = [](const std::string& note) {
-        return note.ends_with("not initialized! (line %d of the writer)");
+        return note.ends_with("not initialized! (line %d of %c)");
     };
     EXPECT_EQ(std::ranges::count_if(split(noted, '\n'), is_refused), std::ssize(missing));
     EXPECT_EQ(noted.find("ThreadSanitizer"), std::string::npos) << noted;
+}
+
+TEST(Threads, NobodyBeginsToLogWithinARawText) {
+    int ends[2] = {};
+    ASSERT_EQ(fflush(stdout) | pipe(ends), 0);
+    const int console = dup(STDOUT_FILENO);
+    dup2(ends[1], STDOUT_FILENO);
+    std::string raw(1'000'000, 'r'); // more than the pipe takes
+    std::thread writer([&raw] {
+        upnp_log_write_raw(raw.c_str());
+        fflush(stdout);
+    });
+    EXPECT_EQ(read(ends[0], raw.data(), 1), 1); // it is being written
+    std::atomic<bool> is_begun = false;
+    std::thread other([&is_begun] {
+        upnp_log_init(nullptr);
+        is_begun = true;
+    });
+    usleep(50'000);
+    EXPECT_FALSE(is_begun);
+    std::string rest(raw.size(), ' ');
+    for (size_t left = raw.size() - 1; left > 0;) {
+        left -= static_cast<size_t>(read(ends[0], rest.data(), left));
+    }
+    writer.join();
+    other.join();
+    upnp_log_close();
+    dup2(console, STDOUT_FILENO);
+    for (const int file : {console, ends[0], ends[1]}) {
+        close(file);
+    }
 }
 
 TEST(Threads, AllocateTogetherFromTheFirst) {
@@ -54,8 +95,11 @@ TEST(Threads, AllocateTogetherFromTheFirst) {
     upnp_mem_close(); // what comes is a second beginning
     const int32_t before = upnp_mem_in_use();
     const std::string noted = stderr_of([] {
-        const auto work = [] {
-            for (int round = 0; round < 20'000; ++round) {
+        std::atomic<int> ready = 0;
+        const auto work = [&ready] {
+            for (++ready; ready < 2;) {
+            }
+            for (int round = 0; round < 100'000; ++round) {
                 upnp_free(upnp_malloc(1));
             }
             upnp_mem_init(); // changes nothing, and nobody waits for ever

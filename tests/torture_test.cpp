@@ -40,6 +40,7 @@ struct Progress {
 Progress* progress = nullptr; // while calls are counted
 int fault = no_fault;         // armed in children only
 long fault_number = 0;
+ssize_t failed_read = -1; // what a read that fails returns
 
 bool is_due(long number, int once, int onward) {
     return (fault == once && number == fault_number) || (fault == onward && number >= fault_number);
@@ -89,7 +90,8 @@ void note_unlink(const char* path) {
 WRAP(int, -1, OPEN, (const char* path, int flags, mode_t mode), (path, flags, mode), (void)0)
 WRAP(int, -1, close, (int file), (file), note_write(file, false, true))
 WRAP(int, (progress->hit_a_look = true, -1), fsync, (int file), (file), note_write(file, true, false))
-WRAP(ssize_t, (progress->hit_a_look = true, -1), read, (int file, void* to, size_t n), (file, to, n), (void)0)
+WRAP(ssize_t, (progress->hit_a_look = true, failed_read), read, (int file, void* to, size_t n), (file, to, n),
+     (void)0)
 WRAP(int64_t, ((distance != 0 ? progress->hit_a_step_back : progress->hit_a_look) = true, -1), LSEEK,
      (int file, int64_t distance, int from), (file, distance, from), (void)0)
 WRAP(int, -1, STAT, (const char* path, void* status), (path, status), (void)0)
@@ -222,6 +224,20 @@ bool is_whole(const Tree& tree, const Tree& whole) {
 }
 
 } // namespace
+
+TEST(Torture, AReadThatStoresNothingShowsNothingOfTheLineBefore) {
+    const TempDir folder;
+    write_file("lines", "one\ntwo\n");
+    UpnpFile* file = upnp_file_open_read("lines");
+    char line[9] = {};
+    EXPECT_STREQ(upnp_file_read_line(line, 8, file), "one\n");
+    Progress counted = {};
+    progress = &counted, fault = calls_onward, failed_read = 8;
+    EXPECT_STREQ(upnp_file_read_line(line, 8, file), "");
+    EXPECT_EQ(file->position, 4 + 8);
+    progress = nullptr, fault = no_fault, failed_read = -1;
+    upnp_file_close(file);
+}
 
 TEST(Torture, WhatIsMissingIsToldAndNothingIsLost) {
     const TempDir folder;
