@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <vector>
+
+#include "tools/shared/command_options.h"
 #include "tools/shared/utf8.h"
 
 TEST(Texts, AreEscapedWhereTheyWouldAct) {
@@ -66,5 +69,43 @@ TEST(Utf8, HasNoOverlongFormNoSurrogateAndAnEnd) {
         const Utf8Character character = utf8_first(row.text);
         EXPECT_EQ(character.code, row.code) << row.text;
         EXPECT_EQ(character.length, row.length) << row.text;
+    }
+}
+
+TEST(CommandOptions, AreReadOrSayWhatIsWrong) {
+    constexpr int option_items = 256;
+    const option known[] = {
+        {"items", required_argument, nullptr, option_items}, {"help", no_argument, nullptr, 'h'}, {}};
+    const struct {
+        std::vector<std::string> words;
+        std::string read; // options and their values, a bar, what is none; or the fault
+    } rows[] = {
+        {{}, "|"},
+        {{"x", "--items", "-", "-", "-h"}, "items=- help | x -"},
+        {{"--items=", "--", "--help"}, "items= | --help"},
+        {{"--ite=i", "--he"}, "items=i help |"},
+        {{"--items"}, "option '--items' needs a value"},
+        {{"--help=3"}, "option '--help' takes no value"},
+        {{"-hq"}, "help unknown option '-q'"},
+        {{"--\x1B"}, "unknown option '--\\x1B'"},
+    };
+    for (const auto& row : rows) {
+        std::vector<std::string> words = {"program"};
+        words.insert(words.end(), row.words.begin(), row.words.end());
+        std::vector<char*> arguments;
+        for (std::string& word : words) {
+            arguments.push_back(word.data());
+        }
+        CommandOptions options(static_cast<int>(words.size()), arguments.data(), "h", known);
+        std::string read;
+        int code = options.next();
+        for (; code != CommandOptions::end && code != CommandOptions::wrong; code = options.next()) {
+            read += code == 'h' ? "help " : std::string("items=") + CommandOptions::value() + " ";
+        }
+        read += code == CommandOptions::wrong ? options.fault() : "|";
+        for (const char* operand : code == CommandOptions::end ? options.operands() : std::span<char*>()) {
+            read += std::string(" ") + operand;
+        }
+        EXPECT_EQ(read, row.read);
     }
 }
