@@ -1,5 +1,17 @@
 #include "tools/shared/utf8.h"
 
+namespace {
+
+/// Whether UTF-8 may have the byte `second` behind the byte `lead`, which begins a character: narrower where it
+/// would make an overlong form, a surrogate or more than U+10FFFF.
+bool is_second_byte(unsigned lead, unsigned second) {
+    const unsigned lowest = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
+    const unsigned highest = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
+    return second >= lowest && second <= highest;
+}
+
+} // namespace
+
 Utf8Character utf8_first(std::string_view text) {
     if (text.empty()) {
         return {0, 0};
@@ -34,10 +46,4 @@ std::string_view utf8_first_characters(std::string_view text, size_t count) {
         ++length;
     }
     return text.substr(0, length);
-}
-
-bool is_second_byte(unsigned lead, unsigned second) {
-    const unsigned lowest = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
-    const unsigned highest = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;
-    return second >= lowest && second <= highest;
 }

@@ -15,7 +15,3 @@ struct Utf8Character {
 
 /// The first `count` characters of a text that is UTF-8; the whole text where it has no more.
 [[nodiscard]] std::string_view utf8_first_characters(std::string_view text, size_t count);
-
-/// Whether UTF-8 may have the byte `second` behind the byte `lead`, which begins a character: narrower where it
-/// would make an overlong form, a surrogate or more than U+10FFFF.
-[[nodiscard]] bool is_second_byte(unsigned lead, unsigned second);
