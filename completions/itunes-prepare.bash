@@ -4,6 +4,6 @@
 _itunes_prepare() {
   local current=${COMP_WORDS[COMP_CWORD]}
   if [[ $current == -* ]]; then
-    mapfile -t COMPREPLY < <(compgen -W '--map --no-probe --report --help --version' -- "$current")
+    mapfile -t COMPREPLY < <(compgen -W '--media --map --no-probe --report --help --version' -- "$current")
   fi # else file names, which an empty answer stands for
 } && complete -o default -F _itunes_prepare itunes-prepare

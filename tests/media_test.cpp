@@ -217,3 +217,44 @@ TEST(MediaSearch, LeavesLinksAloneAndTellsFoldersThatCanNotBeRead) {
     EXPECT_TRUE(media.folder().unreadable()[0].path.ends_with("/closed"));
     EXPECT_EQ(media.folder().unreadable()[0].error, EACCES);
 }
+
+TEST(PrepareMedia, PathsLeadToWhatWasFoundAndToWhatIsInItsPlace) {
+    const TempDir folder;
+    const auto track = [](int id, const std::string& location, const std::string& more) {
+        const std::string number = std::to_string(id);
+        return "<key>" + number + "</key><dict><key>Track ID</key><integer>" + number +
+               "</integer><key>Location</key><string>" + location + "</string>" + more + "</dict>";
+    };
+    const std::string old = "file://localhost" + folder.path() + "/old/";
+    for (const char* path : {"old/A/1.mp3", "old/a/5.mp3", "media/new/A/1.mp3", "media/new/A/2.mp3",
+                             "media/new/B/3.mp3", "media/new/A/4.mp3", "media/new/A/5.mp3"}) {
+        write_file(path, "");
+    }
+    write_file("library.xml",
+               "<plist><dict><key>Tracks</key><dict>" + track(1, old + "A/1.mp3", "") +
+                   track(2, old + "A/2.mp3", "") + track(3, "file://localhost/D:/m/B/3.mp3", "") +
+                   track(4, old + "A/4.mp3", "<key>Track Type</key><string>URL</string>") +
+                   track(5, old + "A/5.mp3", "") + track(6, old + "A/6.mp3", "") + "</dict></dict></plist>");
+    const RunResult file =
+        run_program(TEST_PREPARE_PROGRAM, {"--media", "media", "--report", "library.xml", "prepared.xml"});
+    EXPECT_EQ(file.status, 0);
+    EXPECT_NE(file.err.find("1 missing"), std::string::npos) << file.err;
+    EXPECT_NE(file.err.find("2 found below the folder of --media"), std::string::npos) << file.err;
+    std::string locations;
+    for (const std::string& line : split(read_file("prepared.xml"), '\n')) {
+        const size_t at = line.find("file:");
+        locations += at == std::string::npos ? "" : line.substr(at, line.find('<', at) - at) + "\n";
+    }
+    const std::string found = "file://localhost" + folder.path() + "/media/new/";
+    EXPECT_EQ(locations, old + "A/1.mp3\n" + found + "A/2.mp3\n" + found + "B/3.mp3\n" + old + "A/4.mp3\n" +
+                             old + "a/5.mp3\n" + old + "A/6.mp3\n");
+    const RunResult pipe = run_line("cat library.xml | " TEST_EMULATOR " '" +
+                                    std::string(TEST_PREPARE_PROGRAM) + "' --media media -");
+    EXPECT_EQ(pipe.out, read_file("prepared.xml"));
+    for (const char* wrong : {"", "nowhere", "library.xml"}) {
+        const RunResult run =
+            run_program(TEST_PREPARE_PROGRAM, {"--media", wrong, "library.xml", "other.xml"});
+        EXPECT_EQ(run.status, *wrong == '\0' ? 2 : 1) << run.err;
+    }
+    EXPECT_FALSE(std::filesystem::exists("other.xml"));
+}

@@ -13,11 +13,12 @@
 namespace {
 
 constexpr char program[] = "itunes-prepare";
-constexpr char usage_text[] = "usage: itunes-prepare [--map FROM=TO]... [--no-probe] [--report]\n"
-                              "                      [--] INPUT.xml [OUTPUT.xml]\n"
+constexpr char usage_text[] = "usage: itunes-prepare [--media DIR] [--map FROM=TO]... [--no-probe]\n"
+                              "                      [--report] [--] INPUT.xml [OUTPUT.xml]\n"
                               "       itunes-prepare --help | --version\n"
                               "Writes an iTunes library in the layout that itunes-import reads: to standard\n"
                               "output without OUTPUT.xml, from standard input where INPUT.xml is \"-\".\n"
+                              "  --media DIR    look below DIR for files that are not in their places\n"
                               "  --map FROM=TO  paths that begin with FROM begin with TO instead\n"
                               "  --no-probe     look for no other spelling of paths that do not exist\n"
                               "  --report       print what was done, not only what is amiss\n"
@@ -29,10 +30,15 @@ constexpr int option_map = 256;
 constexpr int option_no_probe = 257;
 constexpr int option_report = 258;
 constexpr int option_version = 259;
+constexpr int option_media = 260;
 constexpr option long_names[] = {
-    {"map", required_argument, nullptr, option_map},   {"no-probe", no_argument, nullptr, option_no_probe},
-    {"report", no_argument, nullptr, option_report},   {"help", no_argument, nullptr, 'h'},
-    {"version", no_argument, nullptr, option_version}, {nullptr, 0, nullptr, 0},
+    {"media", required_argument, nullptr, option_media},
+    {"map", required_argument, nullptr, option_map},
+    {"no-probe", no_argument, nullptr, option_no_probe},
+    {"report", no_argument, nullptr, option_report},
+    {"help", no_argument, nullptr, 'h'},
+    {"version", no_argument, nullptr, option_version},
+    {nullptr, 0, nullptr, 0},
 };
 
 /// Adds the map in "FROM=TO"; what is wrong with it, or nothing.
@@ -64,6 +70,10 @@ std::optional<int> read_options(int argc, char** argv, PrepareRequest* request) 
          result = options.next()) {
         switch (result) {
         case option_map: fault = add_map(options.value(), &request->maps); break;
+        case option_media:
+            request->media = options.value();
+            fault = request->media.empty() ? "--media takes a folder" : "";
+            break;
         case option_no_probe: request->looks_for_spellings = false; break;
         case option_report: request->wants_report = true; break;
         case 'h': return answer(usage_text);

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "tools/itunes-prepare/library_writer.h"
+#include "tools/shared/library_files.h"
 #include "tools/shared/text_output.h"
 
 namespace {
@@ -49,7 +50,8 @@ Target target_of(const std::string& output) {
 class Preparation {
 public:
     explicit Preparation(const PrepareRequest& request)
-        : request_(request), looks_(request.looks_for_spellings || request.wants_report),
+        : request_(request),
+          looks_(request.looks_for_spellings || request.wants_report || !request.media.empty()),
           places_(request.maps, request.looks_for_spellings ? PlaceSearch::spellings
                                 : looks_                    ? PlaceSearch::as_it_is
                                                             : PlaceSearch::none) {}
@@ -57,6 +59,9 @@ public:
     PrepareResult run() {
         const Target target = target_of(request_.output);
         if (!open_input()) {
+            return std::move(result_);
+        }
+        if (!find_media()) {
             return std::move(result_);
         }
         if (target.error != 0) {
@@ -81,6 +86,45 @@ private:
             read(input_.number(), &none, 0) != 0) { // a directory opens, but does not read
             result_.failure = "can not open " + escaped(request_.input) + ": " + reason(errno);
             return false;
+        }
+        return true;
+    }
+
+    /// Keeps what comes through a pipe: the input is read twice.
+    int make_seekable() {
+        if (lseek(input_.number(), 0, SEEK_CUR) >= 0) {
+            return 0;
+        }
+        Descriptor kept = unnamed_file("");
+        const int error = kept.is_open() ? copy(input_.number(), kept.number()) : errno;
+        if (error != 0 || lseek(kept.number(), 0, SEEK_SET) != 0) {
+            return error != 0 ? error : errno;
+        }
+        input_ = std::move(kept);
+        return 0;
+    }
+
+    /// Looks for files that are not in their places; false where that failed, with its failure noted.
+    bool find_media() {
+        if (request_.media.empty()) {
+            return true;
+        }
+        const int keeping_error = make_seekable();
+        const off_t start = lseek(input_.number(), 0, SEEK_CUR);
+        if (keeping_error != 0 || start < 0) {
+            result_.failure = "can not keep " + escaped(request_.input) + ": " + reason(keeping_error);
+            return false;
+        }
+        (void)add_library_files(input_.number(), &places_, &media_); // damage is told by the second reading
+        const int error = media_.look_through(request_.media);
+        if (error != 0 || lseek(input_.number(), start, SEEK_SET) < 0) {
+            result_.failure = "can not read " + escaped(request_.media) + ": " + reason(error);
+            return false;
+        }
+        media_.match();
+        places_.use_media(&media_);
+        for (const UnreadableFolder& folder : media_.folder().unreadable()) {
+            result_.counts.count(PrepareReport::unreadable, folder.path + ": " + reason(folder.error));
         }
         return true;
     }
@@ -124,16 +168,14 @@ private:
             opened = Descriptor(open(request_.output.c_str(), O_WRONLY | O_CLOEXEC));
         }
         const int descriptor = target.descriptor < 0 ? opened.number() : target.descriptor;
-        const int error = descriptor < 0 ? errno : copy(waiting.number(), descriptor);
+        const bool is_ready = descriptor >= 0 && lseek(waiting.number(), 0, SEEK_SET) == 0;
+        const int error = !is_ready ? errno : copy(waiting.number(), descriptor);
         if (error != 0) {
             fail_writing(error);
         }
     }
 
     static int copy(int source, int target) {
-        if (lseek(source, 0, SEEK_SET) != 0) {
-            return errno;
-        }
         std::string block(block_size, '\0');
         for (;;) {
             const ssize_t length = read(source, block.data(), block.size());
@@ -165,6 +207,7 @@ private:
     const PrepareRequest& request_;
     const bool looks_;
     Places places_;
+    MediaSearch media_;
     Descriptor input_;
     PrepareResult result_;
 };

@@ -17,6 +17,7 @@ struct PrepareRequest {
     std::string input{};         // a path, or "-" for standard input
     std::string output{};        // a path; empty or "-" for standard output
     std::vector<PathMap> maps{}; // of those that fit a path, the longest counts
+    std::string media{}; // a folder to look through for files that are not in their places; empty for none
     bool looks_for_spellings = true;
     bool wants_report = false; // all that was done, not only what is amiss
     TemporaryFileWatch watch = nullptr;

@@ -27,6 +27,8 @@ constexpr Row rows[] = {
     {PrepareReport::respelled,      false, true,  false, "found under another spelling"},
     {PrepareReport::other,          false, false, false, "without a file here (protected, streams, in the cloud)"},
     {PrepareReport::mapped,         false, false, false, "mapped"},
+    {PrepareReport::elsewhere,      false, false, true,  "found below the folder of --media"},
+    {PrepareReport::unreadable,     true,  false, true,  "folders below it that can not be read"},
 };
 // clang-format on
 

@@ -14,7 +14,9 @@ public:
         found,
         respelled,
         other,
-        mapped
+        mapped,
+        elsewhere, // found below the folder that was looked through
+        unreadable // folders in it
     };
 
     void count(Kind kind) { ++counts_[kind]; }
@@ -30,7 +32,7 @@ public:
     [[nodiscard]] std::string text(bool is_whole, bool has_looked) const;
 
 private:
-    static constexpr size_t kinds = 7;
+    static constexpr size_t kinds = 9;
 
     uint64_t tracks_ = 0;
     uint64_t playlists_ = 0;

@@ -123,6 +123,7 @@ LineReading TrackWriter::make_location() {
     case Place::State::not_looked_for: break;
     case Place::State::found: report_->count(PrepareReport::found); break;
     case Place::State::respelled: report_->count(PrepareReport::respelled, place.path); break;
+    case Place::State::elsewhere: report_->count(PrepareReport::elsewhere); break;
     case Place::State::missing: report_->count(PrepareReport::missing, place.path); break;
     }
     return make_location_line(&location_line_, place.path);

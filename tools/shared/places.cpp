@@ -54,6 +54,10 @@ Place Places::find(std::string_view path) {
     if (there != candidates.paths.end()) {
         return {*there, Place::State::found, candidates.are_mapped};
     }
+    std::string elsewhere = media_ == nullptr ? "" : media_->find(path);
+    if (!elsewhere.empty()) {
+        return {std::move(elsewhere), Place::State::elsewhere, false};
+    }
     if (search_ == PlaceSearch::spellings) {
         for (const std::string& candidate : candidates.paths) {
             const SpellingAnswer answer = spellings_.find(candidate);

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tools/shared/media_search.h"
 #include "tools/shared/path_map.h"
 #include "tools/shared/spelling_search.h"
 
@@ -20,6 +21,7 @@ struct Place {
         not_looked_for,
         found,
         respelled, // found under another spelling
+        elsewhere, // found by the search below a folder
         missing,
     };
     std::string path; // the likeliest one where nothing was found
@@ -31,6 +33,10 @@ class Places {
 public:
     /// Of maps that fit a path, that with the longest start counts.
     Places(std::vector<PathMap> maps, PlaceSearch search);
+
+    /// From now on, files that are not in their places are where this search, borrowed, has found them. They are
+    /// missing where it has not.
+    void use_media(const MediaSearch* media) { media_ = media; }
 
     /// Where the file is that the library has at `path` (library_location.h).
     [[nodiscard]] Place find(std::string_view path);
@@ -47,5 +53,6 @@ private:
 
     std::vector<PathMap> maps_;
     PlaceSearch search_;
+    const MediaSearch* media_ = nullptr;
     SpellingSearch spellings_{spelling_accents | spelling_case};
 };
