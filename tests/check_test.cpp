@@ -67,17 +67,26 @@ std::string random_library(unsigned seed) {
     return library(tracks, playlists);
 }
 
-TEST_F(Check, ListsWhatAnImportWrites) {
+/// The bundled library, and all in the folder that ITUNES_IMPORT_LIBRARIES names.
+std::vector<std::string> real_libraries() {
     std::vector<std::string> libraries;
     const char* more = getenv("ITUNES_IMPORT_LIBRARIES");
     for (const std::string& place : {source_path("examples"), std::string(more == nullptr ? "." : more)}) {
         for (const auto& entry : std::filesystem::directory_iterator(place)) {
             if (entry.path().extension() == ".xml") {
-                libraries.insert(libraries.end(), {read_file(entry.path()), moved(read_file(entry.path()))});
+                libraries.push_back(read_file(entry.path()));
             }
         }
     }
+    return libraries;
+}
+
+TEST_F(Check, ListsWhatAnImportWrites) {
+    std::vector<std::string> libraries = real_libraries();
     ASSERT_FALSE(libraries.empty());
+    for (size_t index = libraries.size(); index-- > 0;) {
+        libraries.push_back(moved(libraries[index]));
+    }
     for (unsigned seed = 0; seed < 10; ++seed) {
         libraries.push_back(moved(random_library(seed)));
     }
@@ -166,6 +175,54 @@ TEST_F(Check, SaysWhatIsReadOtherwiseThanItIsMeant) {
         EXPECT_EQ(result_of("check --list l.xml | sed -n 's/^loss\t//p'").out, row.losses) << row.playlists;
     }
     EXPECT_NE(result_of("check --json l.xml | tail -n 1").out.find("\"damage\":\"line "), std::string::npos);
+}
+
+/// What an import would lose: the playlists listed of a library beside those of its prepared copy.
+std::map<std::string, int> differences(const std::vector<std::string>& direct,
+                                       const std::vector<std::string>& prepared) {
+    std::map<std::string, int> losses;
+    for (size_t index = 0; index < std::min(direct.size(), prepared.size()); ++index) {
+        const std::vector<std::string> one = split(direct[index], '\t'); // "playlist", outcome, file, title
+        const std::vector<std::string> other = split(prepared[index], '\t');
+        if (one.at(1) == "nothing-to-play") {
+            continue; // its tracks have lost their paths
+        }
+        if (one.at(2).empty() || other.at(2).empty()) {
+            const bool is_extra = !one[2].empty();
+            losses[is_extra ? "extra-file" : "no-file"] += one[2] == other[2] ? 0 : 1;
+        } else if (one.at(3) != other.at(3)) {
+            ++losses[other[3].ends_with("/" + one[3]) ? "folders" : "titles"];
+        }
+        losses["replaced"] += one[1] == "replaced" && other[1] == "file" ? 1 : 0;
+    }
+    std::erase_if(losses, [](const auto& loss) { return loss.second == 0; });
+    return losses;
+}
+
+TEST_F(Check, SaysWhatAPreparedCopyWouldKeep) {
+    for (const std::string& each : real_libraries()) {
+        write_file("l.xml", each);
+        if (result_of("'" TEST_PREPARE_PROGRAM "' --no-probe l.xml p.xml").status != 0) {
+            continue; // no property list
+        }
+        const auto lines = [](const std::string& library, const std::string& kind) {
+            const std::string out = result_of("check --list " + library + " | grep '^" + kind + "\t'").out;
+            return split(out.substr(0, out.find_last_not_of('\n') + 1), '\n');
+        };
+        const std::vector<std::string> direct = lines("l.xml", "playlist");
+        const std::vector<std::string> prepared = lines("p.xml", "playlist");
+        if (direct.size() == prepared.size() && direct[0].size() > 0) {
+            std::map<std::string, int> said;
+            for (const std::string& line : lines("l.xml", "loss")) {
+                const std::vector<std::string> fields = split(line, '\t');
+                if (fields.size() > 2 && !fields[1].starts_with("track-")) {
+                    said[fields[1]] = std::stoi(fields[2]);
+                }
+            }
+            EXPECT_EQ(said, differences(direct, prepared)) << each.substr(0, 500);
+        }
+        EXPECT_EQ(lines("p.xml", "loss"), std::vector<std::string>{""});
+    }
 }
 
 TEST_F(Check, ShowsFortyPlaylistsAndTheirNumber) {
