@@ -5,7 +5,7 @@ _itunes_check() {
   local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
   if [[ $previous == --min-share ]]; then
     COMPREPLY=()
-  elif [[ $previous != --items && $current == -* ]]; then
-    mapfile -t COMPREPLY < <(compgen -W '--list --json --items --min-share --help --version' -- "$current")
+  elif [[ $previous != --items && $previous != --page && $previous != --media && $current == -* ]]; then
+    mapfile -t COMPREPLY < <(compgen -W '--list --json --media --page --items --min-share --help --version' -- "$current")
   fi
 } && complete -o default -F _itunes_check itunes-check

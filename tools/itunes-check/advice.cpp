@@ -2,7 +2,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
+#include <new>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,27 +14,24 @@
 
 namespace {
 
+__attribute__((format(printf, 2, 3))) void append(std::string* lines, const char* format, ...) {
+    va_list values;
+    va_start(values, format);
+    char* text = nullptr;
+    const int length = vasprintf(&text, format, values);
+    va_end(values);
+    if (length < 0) {
+        throw std::bad_alloc();
+    }
+    lines->append(text, static_cast<size_t>(length));
+    free(text); // NOLINT: vasprintf took it by malloc
+}
+
 constexpr size_t shown_repairs = 2;
 
 /// The library's path as a word that no program takes for an option.
 std::string library_word(const CheckSummary& summary) {
     return (summary.library.path.starts_with('-') ? "./" : "") + shell_word(summary.library.path);
-}
-
-/// The folder in front of the '=' of --map: as an address where it holds that sign itself.
-std::string mapped_folder(const std::string& folder) {
-    if (folder.find('=') == std::string::npos) {
-        return shell_word(folder);
-    }
-    std::string address = folder.starts_with('/') ? "file://localhost" : "file://localhost/";
-    for (const char character : folder) {
-        switch (character) {
-        case '=': address += "%3D"; break;
-        case '%': address += "%25"; break;
-        default: address += character;
-        }
-    }
-    return shell_word(address);
 }
 
 std::string parent_of(const std::string& path) {
@@ -51,19 +51,20 @@ const char* sudo_for(std::string path) {
     return access(path.empty() ? "." : path.c_str(), W_OK) == 0 ? "" : "sudo ";
 }
 
-/// Prints the ways to let an absolute path meet its files.
-void print_link(const std::string& folder) {
+/// Appends the ways to let an absolute path meet its files.
+void append_link(std::string* lines, const std::string& folder) {
     const std::string word = shell_word(folder);
     const std::string parent = shell_word(parent_of(folder));
     const char* sudo = sudo_for(folder);
     const char* root = geteuid() == 0 ? "" : "sudo ";
-    printf("    %smkdir -p %s &&\n      %sln -s DIR %s\n", sudo, parent.c_str(), sudo, word.c_str());
-    printf("    %smkdir -p %s &&\n      %smount --bind DIR %s\n", sudo, word.c_str(), root, word.c_str());
+    append(lines, "    %smkdir -p %s &&\n      %sln -s DIR %s\n", sudo, parent.c_str(), sudo, word.c_str());
+    append(lines, "    %smkdir -p %s &&\n      %smount --bind DIR %s\n", sudo, word.c_str(), root,
+           word.c_str());
 }
 
-void print_map(const CheckSummary& summary, const std::string& folder) {
-    printf("    itunes-prepare --map %s=DIR \\\n      %s prepared.xml\n", mapped_folder(folder).c_str(),
-           library_word(summary).c_str());
+void append_map(std::string* lines, const CheckSummary& summary, const std::string& folder) {
+    append(lines, "    itunes-prepare --map %s=DIR \\\n      %s prepared.xml\n",
+           map_start_word(folder).c_str(), library_word(summary).c_str());
 }
 
 /// A beginning that paths share and of which nothing is there.
@@ -131,32 +132,35 @@ std::vector<AbsentBeginning> absent_beginnings(const CheckSummary& summary) {
     return beginnings;
 }
 
-/// Prints the ways to let a beginning's paths meet their files. A link does as much as a prepared copy only where
+/// Appends the ways to let a beginning's paths meet their files. A link does as much as a prepared copy only where
 /// nothing else is to be mended.
-void print_repair(const CheckSummary& summary, const AbsentBeginning& beginning) {
+void append_repair(std::string* lines, const CheckSummary& summary, const AbsentBeginning& beginning) {
     const std::string folder = escaped(beginning.folder);
     if (beginning.is_there) {
-        printf("  %s is there, none of its %u files is:\n"
+        append(lines,
+               "  %s is there, none of its %u files is:\n"
                "  where they are a folder higher or deeper, in DIR:\n",
                folder.c_str(), beginning.tracks);
-        print_map(summary, beginning.folder);
+        append_map(lines, summary, beginning.folder);
         return;
     }
     const bool may_link = beginning.folder.starts_with('/') && !summary.is_misread();
-    printf("  If the files of %s\n", folder.c_str());
-    puts(may_link ? "  are in DIR, one of these:" : "  are in DIR:");
+    append(lines, "  If the files of %s\n", folder.c_str());
+    append(lines, "%s\n", may_link ? "  are in DIR, one of these:" : "  are in DIR:");
     if (may_link) {
-        print_link(beginning.folder);
+        append_link(lines, beginning.folder);
     }
-    print_map(summary, beginning.folder);
+    append_map(lines, summary, beginning.folder);
 }
 
-void print_repairs(const CheckSummary& summary, const std::vector<AbsentBeginning>& beginnings) {
+void append_repairs(std::string* lines, const CheckSummary& summary,
+                    const std::vector<AbsentBeginning>& beginnings) {
     for (size_t index = 0; index < std::min(beginnings.size(), shown_repairs); ++index) {
-        print_repair(summary, beginnings[index]);
+        append_repair(lines, summary, beginnings[index]);
     }
     if (beginnings.size() > 1) {
-        puts("  For more than one folder give each its --map in one itunes-prepare command.");
+        append(lines, "%s\n",
+               "  For more than one folder give each its --map in one itunes-prepare command.");
     }
 }
 
@@ -187,31 +191,34 @@ std::vector<std::string> closed_folders(const CheckSummary& summary) {
     return closed;
 }
 
-void print_closed(const std::string& folder) {
+void append_closed(std::string* lines, const std::string& folder) {
     struct stat status = {};
     (void)stat(folder.c_str(), &status);
-    printf("  This user (%u) may not enter a folder of user %u; whoever owns it can open it:\n"
+    append(lines,
+           "  This user (%u) may not enter a folder of user %u; whoever owns it can open it:\n"
            "    sudo chmod o+x %s\n",
            static_cast<unsigned>(geteuid()), static_cast<unsigned>(status.st_uid),
            shell_word(folder).c_str());
 }
 
-void print_copy(const CheckSummary& summary) {
+void append_copy(std::string* lines, const CheckSummary& summary) {
     const bool is_misread = summary.is_misread();
-    printf("  Import a copy %s:\n    itunes-prepare %s prepared.xml\n",
+    append(lines, "  Import a copy %s:\n    itunes-prepare %s prepared.xml\n",
            is_misread ? "in the layout that the import reads" : "with the paths that the disk has",
            library_word(summary).c_str());
     if (is_misread && summary.tally().records() < summary.tally().track_count()) {
-        puts("  and check it again, since the layout may hide more:\n    itunes-check prepared.xml");
+        append(lines, "%s\n",
+               "  and check it again, since the layout may hide more:\n    itunes-check prepared.xml");
     }
 }
 
-/// Prints the recipe for players that read no bare ampersand.
-void print_strict_copies(const CheckSummary& summary) {
+/// Appends the recipe for players that read no bare ampersand.
+void append_strict_copies(std::string* lines, const CheckSummary& summary) {
     const auto count = std::ranges::count_if(summary.tally().playlists, [](const CheckedPlaylist& each) {
         return each.outcome == CheckedOutcome::file && each.sign == WplSign::ampersand;
     });
-    printf("  For players that list nothing from the %zu playlist file%s with a bare &:\n"
+    append(lines,
+           "  For players that list nothing from the %zu playlist file%s with a bare &:\n"
            "    mkdir strict && cp PLAYLISTS/*.wpl strict &&\n"
            "      sed -i -E 's/&(amp;)?/\\&amp;/g' strict/*.wpl\n",
            static_cast<size_t>(count), count == 1 ? "" : "s");
@@ -232,31 +239,29 @@ bool is_out_of_reach(const LibraryTally& tally) {
 
 } // namespace
 
-void print_what_to_do(const CheckSummary& summary) {
-    const bool is_damaged = !summary.library.damage.empty(); // which itunes-prepare refuses
-    const bool wants_copy = !is_damaged && (summary.is_misread() || summary.explanation.respelled() > 0);
-    const bool is_unreachable = is_out_of_reach(summary.tally());
-    const std::vector<AbsentBeginning> absent =
-        is_damaged ? std::vector<AbsentBeginning>() : absent_beginnings(summary);
-    const std::vector<std::string> closed = closed_folders(summary);
-    const bool has_sign = has_ampersand(summary);
-    if (!is_damaged && !wants_copy && !is_unreachable && absent.empty() && closed.empty() && !has_sign) {
-        return;
+std::string what_to_do(const CheckSummary& summary) {
+    std::string lines;
+    if (!summary.library.damage.empty()) { // which itunes-prepare refuses
+        lines = "  Export the library anew: it is damaged, and itunes-prepare refuses it.\n";
+    } else {
+        lines = summary.media == nullptr ? "" : media_advice(*summary.media, library_word(summary));
+        const bool is_all_found =
+            !lines.empty() && summary.media->search.found_count() == summary.media->search.wanted_count();
+        if (lines.empty() && (summary.is_misread() || summary.explanation.respelled() > 0)) {
+            append_copy(&lines, summary);
+        }
+        append_repairs(&lines, summary,
+                       is_all_found ? std::vector<AbsentBeginning>() : absent_beginnings(summary));
     }
-    puts("\nWhat to do");
-    if (is_damaged) {
-        puts("  Export the library anew: it is damaged, and itunes-prepare refuses it.");
+    for (const std::string& folder : closed_folders(summary)) {
+        append_closed(&lines, folder);
     }
-    if (wants_copy) {
-        print_copy(summary);
+    if (is_out_of_reach(summary.tally())) {
+        lines += "  Download the tracks that are in the cloud only; of protected ones it takes\n"
+                 "  unprotected copies. No track of the library can be played from a file.\n";
     }
-    print_repairs(summary, absent);
-    std::ranges::for_each(closed, print_closed);
-    if (is_unreachable) {
-        puts("  Download the tracks that are in the cloud only; of protected ones it takes\n"
-             "  unprotected copies. No track of the library can be played from a file.");
+    if (has_ampersand(summary)) {
+        append_strict_copies(&lines, summary);
     }
-    if (has_sign) {
-        print_strict_copies(summary);
-    }
+    return lines;
 }

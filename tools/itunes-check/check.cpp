@@ -13,6 +13,7 @@
 #include "tools/itunes-check/explanation.h"
 #include "tools/itunes-check/judgement.h"
 #include "tools/itunes-check/output.h"
+#include "tools/itunes-check/page.h"
 #include "tools/itunes-check/scratch.h"
 #include "tools/shared/items_reader.h"
 #include "tools/shared/text_output.h"
@@ -75,16 +76,51 @@ bool is_watched(const CheckRequest& request, int64_t size) {
     return size > progress_size && is_quiet && isatty(STDERR_FILENO) != 0;
 }
 
+/// What hears of the tracks and playlists beside the tally, and what came of it.
+struct Check {
+    const CheckRequest& request;
+    int64_t size;
+    std::optional<PresentItems> present{};
+    std::optional<CheckedMedia> media{};
+    std::optional<LibraryPage> page{};
+    TrackExplanation explanation{};
+    HeardTitles titles{};
+    CheckedLibrary library{};
+};
+
+void hear_track(Check* check, const TrackReport& report) {
+    const bool is_compared = report.outcome == TrackOutcome::record && report.title != nullptr;
+    check->titles.push_back(is_compared ? track_title_number(report.title) : 0);
+    switch (check->request.form) {
+    case OutputForm::list: print_track_line(report); break;
+    case OutputForm::json: print_track_object(report); break;
+    case OutputForm::summary: break;
+    }
+    if (check->page || check->request.form == OutputForm::summary) {
+        check->explanation.add_track(report);
+    }
+    if (check->page) {
+        check->page->add_track(report);
+    }
+}
+
 /// Reads the library as an import does, with its workspace in the empty `directory`.
-LibraryTally tally_import(const CheckRequest& request, int64_t size, const std::string& directory,
-                          std::function<void(const TrackReport&)> on_track) {
-    ListenerOptions options = {size, nullptr, std::move(on_track), true};
-    const bool shows_progress = is_watched(request, size);
+LibraryTally tally_import(Check* check, const std::string& directory) {
+    const std::string& library_path = check->request.library_path;
+    ListenerOptions options = {.library_size = check->size,
+                               .on_progress = nullptr,
+                               .on_track = [check](const TrackReport& report) { hear_track(check, report); },
+                               .on_playlist = nullptr,
+                               .finds_signs = true};
+    if (check->page) {
+        options.on_playlist = [check](const PlaylistEvent& event) { check->page->add_event(event); };
+    }
+    const bool shows_progress = is_watched(check->request, check->size);
     if (shows_progress) {
         options.on_progress = show_progress;
     }
-    TallyListener listener(request.library_path, std::move(options));
-    import_run_resolve({directory.c_str(), nullptr, nullptr, request.library_path.c_str()});
+    TallyListener listener(library_path, std::move(options));
+    import_run_resolve({directory.c_str(), nullptr, nullptr, library_path.c_str()});
     import_observer = &listener.observer();
     import_prepare_temp_dir();
     import_into_temp_dir();
@@ -103,70 +139,100 @@ bool is_complete(const LibraryTally& tally) {
 }
 
 /// Reads the library as an import does and as a property list, and compares.
-CheckedLibrary check_library(const CheckRequest& request, int64_t size, const std::string& directory,
-                             const std::function<void(const TrackReport&)>& on_track) {
-    HeardTitles titles;
-    const auto note_track = [&](const TrackReport& report) {
-        const bool is_compared = report.outcome == TrackOutcome::record && report.title != nullptr;
-        titles.push_back(is_compared ? track_title_number(report.title) : 0);
-        on_track(report);
-    };
-    CheckedLibrary library;
-    library.path = request.library_path;
-    library.tally = tally_import(request, size, directory, note_track);
+void check_library(Check* check, const std::string& directory) {
+    CheckedLibrary& library = check->library;
+    library.path = check->request.library_path;
+    library.tally = tally_import(check, directory);
     if (library.tally.layout == LibraryLayout::no_library) {
-        return library; // which says it all
+        return; // which says it all
     }
-    const LibraryMeaning meaning(request.library_path, titles);
+    const LibraryMeaning meaning(library.path, check->titles);
     library.damage = meaning.damage();
     library.losses = find_losses(meaning, library.tally);
     library.main_lists = count_unlisted_main(meaning, library.tally);
-    return library;
 }
 
-/// Checks the library and prints the result in the form that was asked for.
-CheckedLibrary check_and_print(const CheckRequest& request, int64_t size, const std::string& directory,
-                               const std::optional<PresentItems>& present) {
-    if (request.form == OutputForm::list) {
-        CheckedLibrary library = check_library(request, size, directory, print_track_line);
-        print_playlist_lines(library.tally.playlists);
-        print_loss_lines(library.losses);
-        return library;
+/// Looks for files that are not in their places, where that was asked for. False where the folder can not be read,
+/// which is then said.
+bool look_for_media(Check* check) {
+    if (!check->request.media_path) {
+        return true;
     }
-    if (request.form == OutputForm::json) {
-        CheckedLibrary library = check_library(request, size, directory, print_track_object);
-        print_playlist_objects(library.tally.playlists);
-        print_loss_objects(library.losses);
-        print_summary_object(library, present);
-        return library;
+    check->media.emplace().folder = *check->request.media_path;
+    std::string path;
+    const int error = find_media(check->request.library_path, &*check->media, &path);
+    for (const UnreadableFolder& folder : check->media->search.folder().unreadable()) {
+        say(folder.path, std::string("passed over: ") + strerror(folder.error));
     }
-    TrackExplanation explanation;
-    CheckedLibrary library = check_library(request, size, directory,
-                                           [&](const TrackReport& report) { explanation.add_track(report); });
-    print_summary({library, explanation, explanation.finish_folders(), present});
-    return library;
+    if (error != 0) {
+        say(path, strerror(error));
+        check->media.reset();
+    }
+    return error == 0;
+}
+
+/// Prints what is left to print in the form that was asked for.
+void print_result(const CheckSummary& summary, OutputForm form) {
+    switch (form) {
+    case OutputForm::list:
+        print_playlist_lines(summary.tally().playlists);
+        print_loss_lines(summary.library.losses);
+        if (summary.media != nullptr) {
+            print_map_lines(*summary.media);
+        }
+        break;
+    case OutputForm::json:
+        print_playlist_objects(summary.tally().playlists);
+        print_loss_objects(summary.library.losses);
+        if (summary.media != nullptr) {
+            print_map_objects(*summary.media);
+        }
+        print_summary_object(summary.library, summary.present);
+        break;
+    case OutputForm::summary: print_summary(summary); break;
+    }
+}
+
+/// Writes the page that was asked for; false where that failed, which is then said.
+bool write_page(const Check& check, const CheckSummary& summary, const std::vector<std::string>& reasons) {
+    const int error =
+        check.page ? check.page->write(*check.request.page_path, {program, &summary, reasons}) : 0;
+    if (error != 0) {
+        say(*check.request.page_path, std::string("can not be written: ") + strerror(error));
+    }
+    return error == 0;
 }
 
 /// The check in its scratch directory; returns the exit status.
 int check_in(const std::string& directory, const CheckRequest& request, int64_t size) {
-    std::optional<PresentItems> present;
+    Check check = {.request = request, .size = size};
     if (request.items_path) {
-        present = present_items(request);
+        check.present = present_items(request);
     }
-    const LibraryTally tally = check_and_print(request, size, directory, present).tally;
-    int status = exit_done;
-    if (!is_complete(tally)) {
-        fprintf(stderr, "%s: the directory below TMPDIR is full: the result is not whole\n", program);
+    if (request.page_path) {
+        check.page.emplace(request.items_path);
+    }
+    check_library(&check, directory);
+    int status = look_for_media(&check) ? exit_done : exit_failed;
+    const std::vector<FolderGroup> folders = check.explanation.finish_folders();
+    const CheckSummary summary = {check.library, check.explanation, folders, check.present,
+                                  check.media ? &*check.media : nullptr};
+    print_result(summary, request.form);
+    std::vector<std::string> reasons;
+    if (!is_complete(check.library.tally)) {
+        reasons.emplace_back("the directory below TMPDIR is full: the result is not whole");
+        fprintf(stderr, "%s: %s\n", program, reasons.back().c_str());
         status = exit_failed;
     }
     if (!finish_output(program)) {
         status = exit_failed;
     }
-    for (const LibraryFailure& failure : library_failures(tally, present)) {
+    for (const LibraryFailure& failure : library_failures(check.library.tally, check.present)) {
         say(request.library_path, failure.reason);
+        reasons.push_back(failure.reason);
         status = exit_failed;
     }
-    return status;
+    return write_page(check, summary, reasons) ? status : exit_failed;
 }
 
 } // namespace

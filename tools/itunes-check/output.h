@@ -8,6 +8,7 @@
 #include "tools/itunes-check/explanation.h"
 #include "tools/itunes-check/judgement.h"
 #include "tools/itunes-check/losses.h"
+#include "tools/itunes-check/media.h"
 #include "tools/itunes-check/tally.h"
 
 /// One line a track or playlist, fields between tabs.
@@ -36,6 +37,7 @@ struct CheckSummary {
     const TrackExplanation& explanation;
     const std::vector<FolderGroup>& folders;
     const std::optional<PresentItems>& present; // nothing where it was not asked for
+    const CheckedMedia* media = nullptr;        // null where it was not asked for
 
     [[nodiscard]] const LibraryTally& tally() const { return library.tally; }
     /// Whether the import can not read all that the library says.
@@ -46,5 +48,8 @@ struct CheckSummary {
 };
 void print_summary(const CheckSummary& summary);
 
-/// The part of the summary with what its reader can do; nothing where there is nothing to be done.
-void print_what_to_do(const CheckSummary& summary);
+/// What the summary's reader can do, as lines; empty where there is nothing to be done.
+[[nodiscard]] std::string what_to_do(const CheckSummary& summary);
+
+/// Why a playlist gets no file, for people.
+[[nodiscard]] const char* left_out_text(CheckedOutcome outcome);

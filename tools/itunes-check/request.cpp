@@ -12,13 +12,15 @@ namespace {
 
 constexpr char program[] = "itunes-check";
 
-constexpr char usage_text[] = "usage: itunes-check [--list | --json] [--items FILE] [--min-share PERCENT]\n"
-                              "                    [--] LIBRARY.xml\n"
+constexpr char usage_text[] = "usage: itunes-check [--list | --json] [--media DIR] [--page FILE.html]\n"
+                              "                    [--items FILE] [--min-share PERCENT] [--] LIBRARY.xml\n"
                               "       itunes-check --help | --version\n"
                               "Tells what an import of the library will bring, and why the rest will not\n"
                               "arrive.\n"
                               "  --list               print a line for each track and playlist\n"
                               "  --json               print a JSON object for each, and one that sums up\n"
+                              "  --media DIR          look below DIR for files that are not in their places\n"
+                              "  --page FILE.html     write a page to look at\n"
                               "  --items FILE         compare with the present items file\n"
                               "  --min-share PERCENT  fail below this share of its records (80)\n"
                               "  -h, --help           print this text\n"
@@ -29,6 +31,8 @@ enum OptionCode : int {
     option_list = 256,
     option_json,
     option_items,
+    option_page,
+    option_media,
     option_min_share,
     option_version,
 };
@@ -37,6 +41,8 @@ constexpr option known_options[] = {
     {"list", no_argument, nullptr, option_list},
     {"json", no_argument, nullptr, option_json},
     {"items", required_argument, nullptr, option_items},
+    {"media", required_argument, nullptr, option_media},
+    {"page", required_argument, nullptr, option_page},
     {"min-share", required_argument, nullptr, option_min_share},
     {"help", no_argument, nullptr, option_help},
     {"version", no_argument, nullptr, option_version},
@@ -55,6 +61,14 @@ std::string take_option(CheckRequest* request, int code, const char* value) {
         const bool is_free = request->form == OutputForm::summary || request->form == form;
         request->form = form;
         return is_free ? "" : "--list and --json exclude each other";
+    }
+    if (code == option_media) {
+        request->media_path = value;
+        return value[0] == '\0' ? "--media needs the name of a folder" : "";
+    }
+    if (code == option_page) {
+        request->page_path = value;
+        return value[0] == '\0' ? "--page needs the name of a file" : "";
     }
     if (code == option_items) {
         request->items_path = value;

@@ -15,6 +15,8 @@ struct CheckRequest {
     OutputForm form = OutputForm::summary;
     std::string library_path;
     std::optional<std::string> items_path; // of the present items file
+    std::optional<std::string> media_path; // of a folder to look through
+    std::optional<std::string> page_path;  // of a page to write
     std::optional<uint32_t> min_share;     // percent; with an items file only
 };
 

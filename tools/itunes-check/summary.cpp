@@ -14,6 +14,12 @@ namespace {
 constexpr size_t shown_files = 40;
 constexpr size_t shown_titles = 5;
 
+constexpr CheckedOutcome left_out_order[] = {
+    CheckedOutcome::replaced,   CheckedOutcome::not_moved,       CheckedOutcome::not_writable,
+    CheckedOutcome::not_listed, CheckedOutcome::nothing_to_play, CheckedOutcome::reserved_name,
+    CheckedOutcome::smart,      CheckedOutcome::built_in,
+};
+
 const char* plural(size_t count) {
     return count == 1 ? "" : "s";
 }
@@ -220,25 +226,11 @@ void print_files(const std::vector<const CheckedPlaylist*>& files) {
 }
 
 void print_left_out(const Playlists& playlists, size_t main_lists) {
-    struct Reason {
-        CheckedOutcome outcome;
-        const char* text;
-    };
-    constexpr Reason reasons[] = {
-        {CheckedOutcome::replaced, "overwritten by a later one of the same file name"},
-        {CheckedOutcome::not_moved, "%% in the name: the file is made but not put in place"},
-        {CheckedOutcome::not_writable, "the name is too long for a file"},
-        {CheckedOutcome::not_listed, "not in the folder list"},
-        {CheckedOutcome::nothing_to_play, "nothing to play"},
-        {CheckedOutcome::reserved_name, "with one of the five names that are never exported"},
-        {CheckedOutcome::smart, "smart"},
-        {CheckedOutcome::built_in, "built in"},
-    };
-    for (const Reason& reason : reasons) {
-        const auto left_out = playlists_of(playlists, reason.outcome);
-        const bool has_main = reason.outcome == CheckedOutcome::not_listed && main_lists > 0;
+    for (const CheckedOutcome outcome : left_out_order) {
+        const auto left_out = playlists_of(playlists, outcome);
+        const bool has_main = outcome == CheckedOutcome::not_listed && main_lists > 0;
         if (!left_out.empty()) {
-            printf("  %6zu %s%s\n", left_out.size(), reason.text,
+            printf("  %6zu %s%s\n", left_out.size(), left_out_text(outcome),
                    !has_main                       ? ""
                    : left_out.size() == main_lists ? ": the list of all tracks"
                                                    : ", with the list of all tracks");
@@ -275,6 +267,21 @@ void print_playlists(const CheckedLibrary& library) {
 
 } // namespace
 
+const char* left_out_text(CheckedOutcome outcome) {
+    switch (outcome) {
+    case CheckedOutcome::file: break;
+    case CheckedOutcome::replaced: return "overwritten by a later one of the same file name";
+    case CheckedOutcome::not_moved: return "%% in the name: the file is made but not put in place";
+    case CheckedOutcome::not_writable: return "the name is too long for a file";
+    case CheckedOutcome::not_listed: return "not in the folder list";
+    case CheckedOutcome::nothing_to_play: return "nothing to play";
+    case CheckedOutcome::reserved_name: return "with one of the five names that are never exported";
+    case CheckedOutcome::smart: return "smart";
+    case CheckedOutcome::built_in: return "built in";
+    }
+    return "";
+}
+
 void print_summary(const CheckSummary& summary) {
     print_library(summary);
     print_tracks(summary);
@@ -283,5 +290,6 @@ void print_summary(const CheckSummary& summary) {
     print_spellings(summary.explanation);
     print_playlists(summary.library);
     print_losses(summary.library.losses);
-    print_what_to_do(summary);
+    const std::string advice = what_to_do(summary);
+    put_output(advice.empty() ? "" : "\nWhat to do\n" + advice);
 }

@@ -15,14 +15,17 @@ uint32_t LibraryTally::playlist_files() const {
 }
 
 TallyListener::TallyListener(std::string library_path, ListenerOptions options)
-    : library_path_(std::move(library_path)), options_(std::move(options)),
-      observer_{this, [](void* self, const char* line) { static_cast<TallyListener*>(self)->add_line(line); },
-                [](void* self, const TrackReport* report) {
-                    static_cast<TallyListener*>(self)->add_track(*report);
-                },
-                [](void* self, const PlaylistEvent* event) {
-                    static_cast<TallyListener*>(self)->playlists_.add_event(*event);
-                }},
+    : library_path_(std::move(library_path)),
+      options_(std::move(options)), observer_{this,
+                                              [](void* self, const char* line) {
+                                                  static_cast<TallyListener*>(self)->add_line(line);
+                                              },
+                                              [](void* self, const TrackReport* report) {
+                                                  static_cast<TallyListener*>(self)->add_track(*report);
+                                              },
+                                              [](void* self, const PlaylistEvent* event) {
+                                                  static_cast<TallyListener*>(self)->add_event(*event);
+                                              }},
       progress_(options_.library_size), playlists_(options_.finds_signs) {}
 
 void TallyListener::add_line(const char* line) {
@@ -39,6 +42,13 @@ void TallyListener::add_track(const TrackReport& report) {
     }
     if (options_.on_progress) {
         show(progress_.after_track(tally_.track_count(), layout_.tracks()));
+    }
+}
+
+void TallyListener::add_event(const PlaylistEvent& event) {
+    playlists_.add_event(event);
+    if (options_.on_playlist) {
+        options_.on_playlist(event);
     }
 }
 

@@ -43,10 +43,11 @@ struct LibraryTally {
 };
 
 struct ListenerOptions {
-    int64_t library_size = 0;                         // bytes; for the progress
-    std::function<void(int percent)> on_progress;     // null: nobody looks
-    std::function<void(const TrackReport&)> on_track; // hears of each track too; null for nobody
-    bool finds_signs = false;                         // of playlist files that are no well-formed XML
+    int64_t library_size = 0;                              // bytes; for the progress
+    std::function<void(int percent)> on_progress;          // null: nobody looks
+    std::function<void(const TrackReport&)> on_track;      // hears of each track too; null for nobody
+    std::function<void(const PlaylistEvent&)> on_playlist; // likewise of what happens to playlists
+    bool finds_signs = false;                              // of playlist files that are no well-formed XML
 };
 
 class TallyListener {
@@ -65,6 +66,7 @@ public:
 private:
     void add_line(const char* line);
     void add_track(const TrackReport& report);
+    void add_event(const PlaylistEvent& event);
     void show(std::optional<int> percent) const;
 
     const std::string library_path_;
