@@ -89,6 +89,7 @@ TEST(WplSign, IsWhatAParserStumblesOver) {
         {"a\" b=\"c", WplSign::none, WplSign::none},
         {"a]]>b", WplSign::section_end, WplSign::none},
         {"t\x01", WplSign::control, WplSign::control},
+        {"\uFFFE", WplSign::control, WplSign::control},
         {"\uFFFF", WplSign::control, WplSign::control},
         {"v\xFF", WplSign::encoding, WplSign::encoding},
         {"y\xE2\x82", WplSign::encoding, WplSign::encoding},

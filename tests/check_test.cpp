@@ -298,6 +298,16 @@ TEST_F(Check, SaysWhatToDo) {
     for (const auto& row : rows) {
         EXPECT_EQ(advice(row.library_text), row.advice);
     }
+    std::string beside = lost(20, here + "/a") + lost(20, here + "/b", 30);
+    for (int id = 60; id < 80; ++id) {
+        beside += at_path(id, here + "/there/Song.mp3");
+    }
+    EXPECT_NE(advice(library(beside)).find(map + "'" + here + "/a'"), std::string::npos);
+    write_file("l.xml",
+               library(at_path(1, "l.xml"), whole_playlist("Mediathek", "1", {1},
+                                                           flag("Master") + "<key>Visible</key><false/>\n")));
+    EXPECT_EQ(result_of("check l.xml | grep -c '1 not in the folder list: the list of all tracks$'").out,
+              "1\n");
 }
 
 /// What a run ends with and what it says on standard error; on standard output it says nothing.
