@@ -106,8 +106,7 @@ bool SpellingSearch::read_listing(Listing* listing, int* error) {
 
 void SpellingSearch::forget_oldest() {
     const Listing& oldest = listings_.back();
-    remembered_bytes_ -= oldest.directory.size() + oldest.texts.capacity() +
-                         oldest.names.capacity() * sizeof(Listing::Name) + sizeof(Listing);
+    remembered_bytes_ -= oldest.size();
     if (oldest.names.size() > large_directory) {
         not_again_.insert(oldest.directory);
     }
@@ -135,8 +134,7 @@ const SpellingSearch::Listing* SpellingSearch::listing(const std::string& direct
     }
     fresh.texts.shrink_to_fit();
     fresh.names.shrink_to_fit();
-    remembered_bytes_ += fresh.directory.size() + fresh.texts.capacity() +
-                         fresh.names.capacity() * sizeof(Listing::Name) + sizeof(Listing);
+    remembered_bytes_ += fresh.size();
     listings_.push_front(std::move(fresh));
     by_directory_.emplace(listings_.front().directory, listings_.begin());
     while (remembered_bytes_ > remembered_limit && listings_.size() > 1) {

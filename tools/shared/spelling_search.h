@@ -52,6 +52,10 @@ private:
         std::string texts;       // each name with a NUL
         std::vector<Name> names; // sorted by hash
         bool is_searched = true; // false for one with too many names
+
+        [[nodiscard]] size_t size() const { // about, in bytes
+            return sizeof *this + directory.size() + texts.size() + names.size() * sizeof(Name);
+        }
     };
     using Listings = std::list<Listing>;
 

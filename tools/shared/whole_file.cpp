@@ -10,6 +10,8 @@
 #include <initializer_list>
 #include <sys/stat.h>
 
+#include "common/upnp_text.h"
+
 namespace {
 
 constexpr int links_limit = 40; // as the system has it
@@ -47,7 +49,7 @@ int named_descriptor(std::string_view path) {
         const std::string_view digits = path.starts_with(folder) ? path.substr(folder.size()) : "";
         if (!digits.empty() && digits.size() < 6 &&
             digits.find_first_not_of("0123456789") == std::string_view::npos) {
-            return atoi(std::string(digits).c_str());
+            return upnp_parse_int32(std::string(digits).c_str());
         }
     }
     return -1;
