@@ -6,8 +6,8 @@ _itunes_import_night() {
     -dbdir | -playlist-dir) compopt +o default -o dirnames ;;
     -itunes-lib | -logfile | --min-share | --map) ;; # file names, which an empty answer stands for
     *)
-      mapfile -t COMPREPLY < <(compgen -W '-dbdir -playlist-dir -itunes-lib -logfile --min-share --prepare --map --help' \
-        -- "${COMP_WORDS[COMP_CWORD]}")
+      mapfile -t COMPREPLY < <(compgen -W '-dbdir -playlist-dir -itunes-lib -logfile --min-share --prepare --map
+        --verbose --help --version' -- "${COMP_WORDS[COMP_CWORD]}")
       ;;
   esac
 } && complete -o default -F _itunes_import_night itunes-import-night

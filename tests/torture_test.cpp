@@ -1,12 +1,10 @@
 // Whole imports in which one call or allocation fails, or all from one on, or which are killed at one; for
-// every one of them in turn. The linker sends the program's calls through the wrappers below, so the program
-// itself holds no hooks.
+// every one of them in turn.
 
+#include "tests/faults.h"
 #include "tests/support.h"
 
 #include <algorithm>
-#include <csignal>
-#include <dirent.h>
 #include <functional>
 #include <set>
 #include <sys/mman.h>
@@ -20,113 +18,6 @@
 #include "common/upnp_mutex.h"
 #include "itunes/import_driver.h"
 #include "server/common/upnp_items.h"
-
-namespace {
-
-/// The calls and allocations that fail, or the call at which the run is killed.
-constexpr int no_fault = 0, call_once = 1, calls_onward = 2, allocation_once = 3, allocations_onward = 4,
-              a_kill = 5;
-
-/// Shared with the children, which count what they do.
-struct Progress {
-    long calls, allocations, yields;
-    int32_t left_in_use;  // bytes, after a whole run
-    bool hit_a_step_back; // the fault lost the scanner's place: up to a buffer of lines is gone with it
-    bool hit_a_look;      // the fault hit a read, a position query or a sync, by which nothing is lost
-    bool unsynced[1024];  // by descriptor: what was written has not been synced
-    long lost_syncs;      // files that were closed so
-    long unsynced_at_commit;
-};
-Progress* progress = nullptr; // while calls are counted
-int fault = no_fault;         // armed in children only
-long fault_number = 0;
-ssize_t failed_read = -1; // what a read that fails returns
-
-bool is_due(long number, int once, int onward) {
-    return (fault == once && number == fault_number) || (fault == onward && number >= fault_number);
-}
-
-/// Counts one system call; true if it is to fail. A killed run never comes back.
-bool call_fails() {
-    errno = EIO;
-    const bool is_last = progress != nullptr && ++progress->calls == fault_number && fault == a_kill;
-    return (is_last && raise(SIGKILL) != 0) ||
-           (progress != nullptr && is_due(progress->calls, call_once, calls_onward));
-}
-
-/// Notes that a file is written, synced or closed.
-void note_write(int file, bool is_synced, bool is_closed) {
-    progress->lost_syncs += is_closed && progress->unsynced[file] ? 1 : 0;
-    progress->unsynced[file] = !is_synced && !is_closed;
-}
-
-void note_unlink(const char* path) {
-    const long unsynced = std::ranges::count(progress->unsynced, true) + progress->lost_syncs;
-    progress->unsynced_at_commit += strcmp(path, "db/itunes.import.items") == 0 ? unsynced : 0;
-}
-
-} // namespace
-
-// The names that the calls have in the object files, where offsets and times of 64 bits are asked for.
-#define OPEN open64
-#define LSEEK lseek64
-#define READDIR readdir64
-#if __SIZEOF_POINTER__ == 4
-#define STAT __stat64_time64
-#define LSTAT __lstat64_time64
-#else
-#define STAT stat64
-#define LSTAT lstat64
-#endif
-#define JOIN_EXPANDED(prefix, name) prefix##name
-#define JOIN(prefix, name) JOIN_EXPANDED(prefix, name)
-#define WRAP(result, failure, name, parameters, arguments, note)                                             \
-    extern "C" result JOIN(__real_, name) parameters;                                                        \
-    extern "C" result JOIN(__wrap_, name) parameters {                                                       \
-        progress != nullptr ? note : (void)0;                                                                \
-        return call_fails() ? (failure) : JOIN(__real_, name) arguments;                                     \
-    }
-
-WRAP(int, -1, OPEN, (const char* path, int flags, mode_t mode), (path, flags, mode), (void)0)
-WRAP(int, -1, close, (int file), (file), note_write(file, false, true))
-WRAP(int, (progress->hit_a_look = true, -1), fsync, (int file), (file), note_write(file, true, false))
-WRAP(ssize_t, (progress->hit_a_look = true, failed_read), read, (int file, void* to, size_t n), (file, to, n),
-     (void)0)
-WRAP(int64_t, ((distance != 0 ? progress->hit_a_step_back : progress->hit_a_look) = true, -1), LSEEK,
-     (int file, int64_t distance, int from), (file, distance, from), (void)0)
-WRAP(int, -1, STAT, (const char* path, void* status), (path, status), (void)0)
-WRAP(int, -1, LSTAT, (const char* path, void* status), (path, status), (void)0)
-WRAP(int, -1, rename, (const char* from, const char* to), (from, to), (void)0)
-WRAP(int, -1, unlink, (const char* path), (path), note_unlink(path))
-WRAP(int, -1, mkdir, (const char* path, mode_t mode), (path, mode), (void)0)
-WRAP(DIR*, nullptr, opendir, (const char* path), (path), (void)0)
-WRAP(void*, nullptr, READDIR, (DIR * stream), (stream), (void)0)
-WRAP(int, -1, closedir, (DIR * stream), (stream), (void)0)
-WRAP(int, EAGAIN, pthread_mutex_init, (pthread_mutex_t * mutex, const void* kind), (mutex, kind), (void)0)
-extern "C" ssize_t __real_write(int file, const void* bytes, size_t size);
-extern "C" ssize_t __wrap_write(int file, const void* bytes, size_t size) {
-    if (progress != nullptr) {
-        note_write(file, false, false);
-        const bool is_last = fault == a_kill && progress->calls + 1 == fault_number;
-        (void)(is_last ? __real_write(file, bytes, size / 2) : 0); // killed in the middle
-    }
-    return call_fails() ? -1 : __real_write(file, bytes, size);
-}
-extern "C" void* __real_malloc(size_t size);
-extern "C" void* __wrap_malloc(size_t size) {
-    const bool fails = progress != nullptr && fault != no_fault &&
-                       is_due(++progress->allocations, allocation_once, allocations_onward);
-    return fails ? nullptr : __real_malloc(size);
-}
-// Costs more than the rest of a run where the machine is busy.
-extern "C" int __wrap_sched_yield() {
-    progress != nullptr ? ++progress->yields : 0;
-    return 0;
-}
-// The address sanitizer copies a smaller quarantine at each of the many forks three times as fast.
-extern "C" const char* __asan_default_options() {
-    return "quarantine_size_mb=1";
-}
 
 namespace {
 

@@ -1,0 +1,321 @@
+#include "tools/itunes-import-night/night.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <new>
+#include <optional>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+#include "common/upnp_memory.h"
+#include "common/upnp_text.h"
+#include "itunes/import_commit.h"
+#include "itunes/import_run.h"
+#include "tools/itunes-check/judgement.h"
+#include "tools/itunes-import-night/ending_signals.h"
+#include "tools/itunes-import-night/guarded_import.h"
+#include "tools/itunes-import-night/lock.h"
+#include "tools/itunes-import-night/messages.h"
+#include "tools/itunes-import-night/night_log.h"
+#include "tools/itunes-import-night/publication.h"
+#include "tools/itunes-import-night/record_comparison.h"
+#include "tools/itunes-import-night/verification.h"
+#include "tools/itunes-import-night/workspace.h"
+#include "tools/itunes-prepare/prepare.h"
+#include "tools/shared/items_reader.h"
+#include "tools/shared/standard_streams.h"
+#include "tools/shared/text_output.h"
+
+namespace {
+
+constexpr int exit_done = 0;
+constexpr int exit_failed = 1;
+
+using std::to_string;
+
+class Night {
+public:
+    explicit Night(const NightRequest& request)
+        : request_(request), items_path_(request.database_dir + "/itunes.import.items") {}
+
+    int run();
+
+private:
+    [[nodiscard]] bool lock_database();
+    [[nodiscard]] bool take_paths();
+    [[nodiscard]] bool look_at_library();
+    [[nodiscard]] bool look_at_present_items();
+    [[nodiscard]] bool make_workspaces();
+    [[nodiscard]] bool prepare();
+    [[nodiscard]] bool import_library();
+    [[nodiscard]] bool judge();
+    [[nodiscard]] bool verify();
+    [[nodiscard]] bool publish_all();
+    void tell() const;
+
+    void end_where_ordered();
+    [[nodiscard]] std::string playlist_path(const CheckedPlaylist& playlist) const;
+
+    const NightRequest& request_;
+    const std::string items_path_; // of the present items file
+    LockedDirectory database_;
+    NightLog log_;
+    struct stat library_status_ = {};
+    ItemsCount present_ = {};
+    NightWorkspace items_workspace_;
+    NightWorkspace playlists_workspace_; // where the playlists go to another directory
+    std::string source_path_;            // of the library that is read
+    std::string new_items_path_;
+    LibraryTally tally_;
+    RecordDifference new_records_;
+    RecordDifference gone_records_;
+};
+
+/// Says why a night ends; false, for the caller to hand on.
+bool fail(const std::string& value, const std::string& reason) {
+    say_night(value, reason);
+    return false;
+}
+
+bool Night::lock_database() {
+    database_ = lock_directory(request_.database_dir);
+    if (database_.error == EWOULDBLOCK) {
+        return fail(request_.database_dir, "another run is at work there; nothing was done");
+    }
+    return database_.error == 0 ||
+           fail(request_.database_dir, "can not be locked: " + std::string(strerror(database_.error)));
+}
+
+/// Sets the paths of the run, all but the temporary directory, as an import has them.
+bool Night::take_paths() {
+    for (const std::string& path : {request_.database_dir, request_.playlist_dir}) {
+        if (path.size() > night_directory_limit) {
+            return fail(path, "the path is too long");
+        }
+    }
+    if (request_.library_path.size() >= import_path_size) {
+        return fail(request_.library_path, "the path is too long");
+    }
+    import_run_resolve({request_.database_dir.c_str(), request_.playlist_dir.c_str(), nullptr,
+                        request_.library_path.c_str()});
+    return true;
+}
+
+bool Night::look_at_library() {
+    const std::string& path = request_.library_path;
+    if (stat(path.c_str(), &library_status_) != 0) {
+        const int error = errno;
+        log_.write("can not access " + path);
+        return fail(path, strerror(error));
+    }
+    if (!S_ISREG(library_status_.st_mode)) {
+        return fail(path, S_ISDIR(library_status_.st_mode) ? "is a directory" : "is no regular file");
+    }
+    return access(path.c_str(), R_OK) == 0 || fail(path, strerror(errno));
+}
+
+/// The records that the new ones are compared with. A file that is damaged or holds something else is no reason to
+/// keep it, but one that can not be read may be whole.
+bool Night::look_at_present_items() {
+    present_ = count_items(items_path_);
+    return present_.state != ItemsState::unreadable || fail(items_path_, present_.fault_text);
+}
+
+bool Night::make_workspaces() {
+    struct stat playlist_status = {};
+    if (stat(request_.playlist_dir.c_str(), &playlist_status) != 0) {
+        return fail(request_.playlist_dir, strerror(errno));
+    }
+    const auto make = [](NightWorkspace* workspace, const std::string& directory) {
+        NightWorkspace::remove_leftovers(directory);
+        const int error = workspace->make(directory);
+        return error == 0 ||
+               fail(directory, "no directory can be made there: " + std::string(strerror(error)));
+    };
+    struct stat database_status = {};
+    if (fstat(database_.directory.number(), &database_status) != 0) {
+        return fail(request_.database_dir, strerror(errno));
+    }
+    const bool are_apart =
+        database_status.st_dev != playlist_status.st_dev || database_status.st_ino != playlist_status.st_ino;
+    if (!make(&items_workspace_, request_.database_dir) ||
+        (are_apart && !make(&playlists_workspace_, request_.playlist_dir))) {
+        return false;
+    }
+    new_items_path_ = items_workspace_.path() + "/" + night_items_name;
+    upnp_copy_text(import_run.temp_dir, sizeof import_run.temp_dir,
+                   (are_apart ? playlists_workspace_ : items_workspace_).path().c_str());
+    return true;
+}
+
+/// Has the library prepared, if that was asked for. The paths of the run go on naming the user's own.
+bool Night::prepare() {
+    source_path_ = request_.library_path;
+    if (!request_.prepares) {
+        return true;
+    }
+    source_path_ = items_workspace_.path() + "/" + night_prepared_name;
+    PrepareRequest preparation;
+    preparation.input = request_.library_path;
+    preparation.output = source_path_;
+    preparation.maps = request_.maps;
+    const PrepareResult result = prepare_library(preparation);
+    end_where_ordered();
+    if (result.failure.empty()) {
+        return true;
+    }
+    std::string reason = result.failure;
+    const std::string output = escaped(source_path_); // a name that would be gone
+    if (const size_t at = reason.find(output); at != std::string::npos) {
+        reason.replace(at, output.size(), "the prepared library");
+    }
+    return fail(request_.library_path, "could not be prepared: " + reason);
+}
+
+bool Night::import_library() {
+    ImportResult result =
+        run_guarded_import({source_path_, new_items_path_, [this] { end_where_ordered(); }});
+    tally_ = std::move(result.tally);
+    for (const std::string& reason : result.failures) {
+        (void)fail(request_.library_path, "while it was imported, " + reason);
+    }
+    struct stat status = {};
+    const bool is_unchanged = stat(request_.library_path.c_str(), &status) == 0 &&
+                              status.st_ino == library_status_.st_ino &&
+                              status.st_size == library_status_.st_size &&
+                              status.st_mtim.tv_sec == library_status_.st_mtim.tv_sec &&
+                              status.st_mtim.tv_nsec == library_status_.st_mtim.tv_nsec;
+    if (!is_unchanged) {
+        (void)fail(request_.library_path, "has changed while it was imported; run it again");
+    }
+    return is_unchanged && result.failures.empty();
+}
+
+bool Night::judge() {
+    std::optional<PresentItems> present;
+    if (present_.state == ItemsState::whole) {
+        present = PresentItems{items_path_, present_.records, request_.min_share};
+    }
+    const std::vector<LibraryFailure> failures = library_failures(tally_, present);
+    for (const LibraryFailure& failure : failures) {
+        std::string reason = failure.reason;
+        if (failure.kind == LibraryFailureKind::share) {
+            reason = to_string(tally_.records()) + " records to come, less than " +
+                     to_string(request_.min_share) + " percent of the " + to_string(present_.records) +
+                     " in " + escaped(items_path_) +
+                     "; if that is meant, run it once with --min-share 0 (gone would be " +
+                     difference_text(records_missing(items_path_, new_items_path_)) + ")";
+        }
+        say_night(request_.library_path, reason);
+    }
+    return failures.empty();
+}
+
+std::string Night::playlist_path(const CheckedPlaylist& playlist) const {
+    return std::string(import_run.temp_dir) + "/" + playlist.file_name;
+}
+
+/// Reads back all that was written.
+bool Night::verify() {
+    const std::string fault = items_fault(new_items_path_, tally_.records());
+    bool is_whole = fault.empty() || fail(items_path_, fault);
+    for (const CheckedPlaylist& playlist : tally_.playlists) {
+        if (playlist.outcome == CheckedOutcome::file) {
+            const std::string playlist_trouble = playlist_fault(playlist_path(playlist), playlist);
+            is_whole = (playlist_trouble.empty() ||
+                        fail(playlist.file_name, "the new playlist " + playlist_trouble)) &&
+                       is_whole;
+        }
+    }
+    return is_whole;
+}
+
+bool Night::publish_all() {
+    Publication publication = {{{new_items_path_, items_path_}},
+                               {request_.database_dir, request_.playlist_dir}};
+    for (const CheckedPlaylist& playlist : tally_.playlists) {
+        if (playlist.outcome == CheckedOutcome::file) {
+            publication.moves.push_back(
+                {playlist_path(playlist), request_.playlist_dir + "/" + playlist.file_name});
+        }
+    }
+    end_where_ordered();
+    return publish(publication);
+}
+
+/// What there is to say of a good night.
+void Night::tell() const {
+    if (present_.state == ItemsState::damaged || present_.state == ItemsState::no_items_file) {
+        say_night(items_path_,
+                  "there was nothing to compare with, the file has been made anew: " + present_.fault_text);
+    } else if (present_.state == ItemsState::whole && present_.records == 0 && tally_.records() > 0) {
+        say_night(items_path_, "was empty and has been made anew");
+    }
+    if (request_.is_verbose) {
+        say_night(request_.library_path,
+                  to_string(tally_.records()) + " of " + to_string(tally_.track_count()) + " tracks and " +
+                      to_string(tally_.playlist_files()) + " of " + to_string(tally_.playlists.size()) +
+                      " playlists arrived; new since the last time: " + difference_text(new_records_) +
+                      ", gone: " + difference_text(gone_records_));
+    }
+}
+
+void Night::end_where_ordered() {
+    const int number = ending_signal();
+    if (number != 0) {
+        items_workspace_.remove();
+        playlists_workspace_.remove();
+        say_night(request_.library_path,
+                  "ended by a signal (" + std::string(strsignal(number)) + "); last night's files stay");
+        end_by_signal(number);
+    }
+}
+
+int Night::run() {
+    if (!take_paths() || !lock_database()) {
+        return exit_failed;
+    }
+    log_.open(request_.log_path);
+    log_.write("starting with (" + request_.library_path + ") (" + request_.database_dir + ")");
+    if (!look_at_library() || !look_at_present_items() || !make_workspaces() || !prepare() ||
+        !import_library() || !judge() || !verify()) {
+        say_night(request_.library_path, "was not imported; last night's files stay");
+        return exit_failed;
+    }
+    if (request_.is_verbose) {
+        new_records_ = records_missing(new_items_path_, items_path_);
+        gone_records_ = records_missing(items_path_, new_items_path_);
+    }
+    if (!publish_all()) {
+        return exit_failed;
+    }
+    import_remove_library_temp_files(import_run.library_path);
+    log_.write(request_.library_path + " imported");
+    tell();
+    return log_.is_good() ? exit_done : exit_failed;
+}
+
+} // namespace
+
+int run_night(const NightRequest& request) {
+    catch_ending_signals();
+    return Night(request).run();
+}
+
+int itunes_import_night_main(int argc, char** argv) {
+    fill_standard_descriptors();
+    upnp_mem_init(); // keeps the allocator's note out of what people read
+    try {
+        int exit_status = 0;
+        const std::optional<NightRequest> request = read_night_request(argc, argv, &exit_status);
+        return request ? run_night(*request) : exit_status;
+    } catch (const std::bad_alloc&) {
+        (void)fputs("itunes-import-night: out of memory\n", stderr);
+        return exit_failed;
+    }
+}
