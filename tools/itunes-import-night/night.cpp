@@ -235,17 +235,21 @@ bool Night::verify() {
     return is_whole;
 }
 
+/// Puts all files in their places. The workspaces go before the directories are flushed, so that a power cut does not
+/// bring them back either.
 bool Night::publish_all() {
-    Publication publication = {{{new_items_path_, items_path_}},
-                               {request_.database_dir, request_.playlist_dir}};
+    std::vector<FileMove> moves = {{new_items_path_, items_path_}};
     for (const CheckedPlaylist& playlist : tally_.playlists) {
         if (playlist.outcome == CheckedOutcome::file) {
-            publication.moves.push_back(
-                {playlist_path(playlist), request_.playlist_dir + "/" + playlist.file_name});
+            moves.push_back({playlist_path(playlist), request_.playlist_dir + "/" + playlist.file_name});
         }
     }
+    const std::vector<std::string> directories = {request_.database_dir, request_.playlist_dir};
     end_where_ordered();
-    return publish(publication);
+    const bool are_moved = move_into_place(moves);
+    items_workspace_.remove();
+    playlists_workspace_.remove();
+    return flush_directories(directories) && are_moved;
 }
 
 /// What there is to say of a good night.

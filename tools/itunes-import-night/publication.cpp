@@ -20,7 +20,7 @@ bool move_file(const FileMove& move) {
     return false;
 }
 
-/// Makes the renames last. File systems that can not flush a directory say so by EINVAL.
+/// File systems that can not flush a directory say so by EINVAL.
 bool flush_directory(const std::string& path) {
     const Descriptor directory(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (directory.is_open() && (fsync(directory.number()) == 0 || errno == EINVAL)) {
@@ -33,15 +33,20 @@ bool flush_directory(const std::string& path) {
 
 } // namespace
 
-bool publish(const Publication& publication) {
+bool move_into_place(const std::vector<FileMove>& moves) {
     bool is_done = true;
-    for (const FileMove& move : publication.moves) {
+    for (const FileMove& move : moves) {
         is_done = move_file(move) && is_done;
-        if (!is_done && &move == &publication.moves.front()) {
+        if (!is_done && &move == &moves.front()) {
             return false; // playlists follow what they refer to
         }
     }
-    for (const std::string& directory : publication.directories) {
+    return is_done;
+}
+
+bool flush_directories(const std::vector<std::string>& directories) {
+    bool is_done = true;
+    for (const std::string& directory : directories) {
         is_done = flush_directory(directory) && is_done;
     }
     return is_done;
