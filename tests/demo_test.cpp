@@ -14,67 +14,53 @@ static RunResult lay_out(const std::string& arguments) {
     return run_line("'" + source_path("scripts/lay-out") + "' " + arguments);
 }
 
-constexpr char copied_library[] = "out/library/iTunes Music Library.xml";
-
-// The location that the copy has, and the stand-in: a file, a folder where it ends in a slash, none where it is empty.
-TEST(LayOut, MovesEachFileBelowItsFolder) {
+/// Lays a library out: what its copy has to be, and the stand-in, a folder where it ends in a slash, or "".
+static void expect_laid_out(const std::string& library, const std::string& copy,
+                            const std::string& stand_in) {
+    SCOPED_TRACE(library);
     const TempDir folder;
-    const std::string stream =
-        "<key>Track Type</key><string>URL</string>\n" + location_line("http://host/radio");
-    const std::string beyond(1025 - 10, 'x');
-    const std::string two_pieces =
-        "<key>Location</key>" + std::string(1100, 'x') + "<string>file:/a</string>\n";
+    write_file("library.xml", library);
+    const RunResult run = lay_out("library.xml out '(lost)'");
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_EQ(read_file("out/library/iTunes Music Library.xml"), copy);
+    const Tree media = read_tree("out/media");
+    EXPECT_TRUE(stand_in.empty() ? media.empty() : media.contains(stand_in));
+}
+
+TEST(LayOut, MovesEachFileBelowItsFolder) {
+    const std::string media = "file://localhostmedia/";
+    const std::string long_name(300, 'x');
     const struct {
-        const char* name;
-        std::string library;
-        std::string copied;
-        std::string stand_in;
+        std::string location, copied, stand_in;
     } rows[] = {
-        {"a host", location_line("file://localhost/m/a.mp3"), location_line("file://localhostmedia/m/a.mp3"),
-         "m/a.mp3"},
-        {"a drive", location_line("file://localhost/C:/a.mp3"),
-         location_line("file://localhostmedia/C%3A/a.mp3"), "C:/a.mp3"},
-        {"no host", location_line("file:/a.mp3"), location_line("file://localhostmedia/a.mp3"), "a.mp3"},
-        {"a share", location_line("file://localhost//nas/m/a.mp3"),
-         location_line("file://localhostmedia/m/a.mp3"), "m/a.mp3"},
-        {"decoded once", location_line("file:/%23a+b%2541&#38;.mp3"),
-         location_line("file://localhostmedia/%23a b%2541%26.mp3"), "#a b%41&.mp3"},
-        {"a folder", location_line("file:/pieces/"), location_line("file://localhostmedia/pieces"),
-         "pieces/"},
-        {"not meant to exist", location_line("file:/a (lost).mp3"),
-         location_line("file://localhostmedia/a %28lost%29.mp3"), ""},
-        {"no path", location_line("file:"), location_line(""), ""},
-        {"too long a location", location_line("file:/" + beyond + ".mp3"), location_line(""), ""},
-        {"too long a name", location_line("file:/" + std::string(300, 'x')),
-         location_line("file://localhostmedia/" + std::string(300, 'x')), ""},
-        {"a stream", stream, stream, ""},
-        {"behind a key that is read before", "<key>Album</key>" + location_line("http://host/a"),
-         "<key>Album</key>" + location_line("http://host/a"), ""},
-        {"only the first string of a line", location_line("file:/a</string><string>file:/b"),
-         location_line("file://localhostmedia/a</string><string>file:/b"), "a"},
-        {"an address that is read as a path", location_line("http://host/radio"),
-         location_line("file://localhostmedia/radio"), "radio"},
-        {"a zero byte, encoded", location_line("file:/a.mp3%00b"),
-         location_line("file://localhostmedia/a.mp3"), "a.mp3"},
-        {"a colon behind two", location_line("file:ab:c"), location_line("file://localhostmedia/b%3Ac"),
-         "b:c"},
-        {"a location that grows too long", location_line("http://h/" + std::string(400, '(')),
-         location_line(""), ""},
-        {"a line that is read in pieces", two_pieces,
-         two_pieces.substr(0, 1024) + "\n" + two_pieces.substr(1024), ""},
-        {"behind a zero byte", std::string("<a>\0<b>\n", 8), "<a>\n", ""},
+        {"file://localhost/m/a.mp3", media + "m/a.mp3", "m/a.mp3"},
+        {"file://localhost/C:/a.mp3", media + "C%3A/a.mp3", "C:/a.mp3"},
+        {"file://localhost//nas/m/a.mp3", media + "m/a.mp3", "m/a.mp3"},
+        {"file:/%23a+b%2541&#38;.mp3", media + "%23a b%2541%26.mp3", "#a b%41&.mp3"},
+        {"file:/pieces/", media + "pieces", "pieces/"},
+        {"file:/a (lost).mp3", media + "a %28lost%29.mp3", ""},
+        {"file:", "", ""},
+        {"file:/" + std::string(1015, 'x') + ".mp3", "", ""},
+        {"file:/" + long_name, media + long_name, ""},
+        {"http://h/" + std::string(400, '('), "", ""}, // which grows too long
+        {"file:/a</string><string>file:/b", media + "a</string><string>file:/b", "a"},
+        {"http://host/radio", media + "radio", "radio"},
+        {"file:/a.mp3%00b", media + "a.mp3", "a.mp3"},
+        {"file:ab:c", media + "b%3Ac", "b:c"},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        std::filesystem::remove_all("out");
-        write_file("library.xml", row.library);
-        const RunResult run = lay_out("library.xml out '(lost)'");
-        EXPECT_EQ(run.status, 0) << run.err;
-        EXPECT_EQ(read_file(copied_library), row.copied);
-        const Tree media = read_tree("out/media");
-        EXPECT_EQ(media.contains(row.stand_in), !row.stand_in.empty());
-        EXPECT_TRUE(!row.stand_in.empty() || media.empty());
+    for (const auto& [location, copied, stand_in] : rows) {
+        expect_laid_out(location_line(location), location_line(copied), stand_in);
     }
+}
+
+TEST(LayOut, KeepsWhatTheImportReadsAsNoPath) {
+    const std::string stream = "<key>Track Type</key><string>URL</string>\n" + location_line("http://host/");
+    const std::string behind_a_key = "<key>Album</key>" + location_line("http://host/a");
+    const std::string pieces = "<key>Location</key>" + std::string(1100, 'x') + "<string>file:/a</string>\n";
+    expect_laid_out(stream, stream, "");
+    expect_laid_out(behind_a_key, behind_a_key, "");
+    expect_laid_out(pieces, pieces.substr(0, 1024) + "\n" + pieces.substr(1024), "");
+    expect_laid_out(std::string("<a>\0<b>\n", 8), "<a>\n", "");
 }
 
 TEST(LayOut, CountsAsTheDemoTells) {
@@ -94,25 +80,19 @@ TEST(LayOut, RefusesWhatItWouldSpoil) {
     std::filesystem::create_hard_link("library.xml", "linked/library/iTunes Music Library.xml");
     write_file("media_file/media", "");
     const Tree before = read_tree(".");
-    const struct {
-        const char* arguments;
-        int status;
-        const char* message;
-    } rows[] = {
-        {"library.xml kept", 1, "lay-out: kept/library/iTunes Music Library.xml: File exists\n"},
-        {"library.xml linked", 1, "lay-out: linked/library/iTunes Music Library.xml: File exists\n"},
-        {"library.xml media_file", 1, "lay-out: media_file/media is in the way: File exists\n"},
-        {"none.xml new", 1, "lay-out: none.xml: No such file or directory\n"},
-        {"kept new", 1, "lay-out: kept: Is a directory\n"},
-        {"library.xml", 2, "Usage: scripts/lay-out LIBRARY.xml FOLDER [MISSING]\n"},
-        {"library.xml new missing more", 2, "Usage: scripts/lay-out LIBRARY.xml FOLDER [MISSING]\n"},
-        {"--other new", 2, "Usage: scripts/lay-out LIBRARY.xml FOLDER [MISSING]\n"},
+    const std::pair<const char*, std::string> rows[] = {
+        {"library.xml kept", "lay-out: kept/library/iTunes Music Library.xml: File exists\n"},
+        {"library.xml linked", "lay-out: linked/library/iTunes Music Library.xml: File exists\n"},
+        {"library.xml media_file", "lay-out: media_file/media is in the way: File exists\n"},
+        {"none.xml new", "lay-out: none.xml: No such file or directory\n"},
+        {"kept new", "lay-out: kept: Is a directory\n"},
+        {"library.xml", "Usage: scripts/lay-out LIBRARY.xml FOLDER [MISSING]\n"},
+        {"--other new", "Usage: scripts/lay-out LIBRARY.xml FOLDER [MISSING]\n"},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.arguments);
-        const RunResult run = lay_out(row.arguments);
-        EXPECT_EQ(run.status, row.status);
-        EXPECT_EQ(run.err, row.message);
+    for (const auto& [arguments, message] : rows) {
+        const RunResult run = lay_out(arguments);
+        EXPECT_EQ(run.status, message.starts_with("Usage") ? 2 : 1) << arguments;
+        EXPECT_EQ(run.err, message) << arguments;
     }
     Tree after = read_tree(".");
     std::erase_if(after, [](const auto& entry) { return entry.first.find("/media/") != std::string::npos; });
@@ -123,41 +103,32 @@ TEST(LayOut, RefusesWhatItWouldSpoil) {
 TEST(LayOut, TouchesNothingOutsideItsFolder) {
     const TempDir folder;
     const std::string music = folder.path() + "/music";
-    const struct {
-        const char* name;
-        std::string library;
-        std::string stand_in;
-    } rows[] = {
-        {"several keys on a line",
-         "<key>Name</key><string>file:///a</string><key>Location</key><string>file:///b</string>" +
+    const std::pair<std::string, std::string> rows[] = {
+        {"<key>Name</key><string>file:///a</string><key>Location</key><string>file:///b</string>" +
              location_line("file://localhost" + music + "/song.mp3"),
          music + "/song.mp3"},
-        {"a string before its key", "<string>12345" + music + "/song.mp3</string><key>Location</key>\n",
-         music + "/song.mp3"},
-        {"other prefixes",
-         location_line("12345" + music + "/song.mp3") + location_line("http://host" + music + "/new/"),
+        {"<string>12345" + music + "/song.mp3</string><key>Location</key>\n", music + "/song.mp3"},
+        {location_line("12345" + music + "/song.mp3") + location_line("http://host" + music + "/new/"),
          music + "/new"},
-        {"encoded dots and slashes",
-         location_line("file:///x%2F%2e%2E%2f..%2F&#46;&#46;&#47;../../../../../../.." + music + "/new.mp3") +
+        {location_line("file:///x%2F%2e%2E%2f..%2F&#46;&#46;&#47;../../../../../../.." + music + "/new.mp3") +
              location_line("file:..%2Fnew.mp3") + location_line("file:///%2e%2e/out.mp3%00/"),
          "/x" + music + "/new.mp3"},
-        {"links",
-         location_line("file:///link/song.mp3") + location_line("file:///link/new.mp3") +
+        {location_line("file:///link/song.mp3") + location_line("file:///link/new.mp3") +
              location_line("file:///link.mp3"),
          "/link"},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
+    for (const auto& [library, stand_in] : rows) {
+        SCOPED_TRACE(library);
         fs::remove_all("out");
         fs::create_directories("out/media");
         write_file("music/song.mp3", "a song");
-        write_file("library.xml", row.library);
+        write_file("library.xml", library);
         fs::create_directory_symlink(music, "out/media/link");
         fs::create_symlink(music + "/none.mp3", "out/media/link.mp3");
         const Tree before = read_tree(".");
         ASSERT_EQ(system(("'" + source_path("scripts/lay-out") + "' library.xml out >/dev/null").c_str()), 0);
         Tree after = read_tree(".");
-        EXPECT_TRUE(fs::exists("out/media" + row.stand_in));
+        EXPECT_TRUE(fs::exists("out/media" + stand_in));
         EXPECT_TRUE(fs::is_symlink("out/media/link") && fs::is_symlink("out/media/link.mp3"));
         EXPECT_FALSE(fs::exists("music/none.mp3"));
         const std::string copy = after["out/library/iTunes Music Library.xml"];

