@@ -4,7 +4,6 @@
 
 #include <chrono>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include "tools/shared/spelling_search.h"
 
@@ -17,27 +16,12 @@ TEST(FoldedText, IsTheSameForWhatDiffersInTheseWaysOnly) {
     } rows[] = {
         {"a small schwa", "\u018f", "\u0259", spelling_case},
         {"a sharp s", "stra\u00dfe", "STRASSE", spelling_case},
-        {"a final sigma", "\u039f\u03a3", "\u03bf\u03c2", spelling_case},
-        {"beyond 16 bits", "\U00010400", "\U00010428", spelling_case},
         {"decomposed", "Caf\u00e9", "Cafe\u0301", spelling_accents},
-        {"Hangul", "\ud55c", "\u1112\u1161\u11ab", spelling_accents},
         {"marks in another order", "q\u0307\u0323", "q\u0323\u0307", spelling_accents},
         {"both", "CAF\u00c9", "cafe\u0301", spelling_accents | spelling_case},
         {"a plus sign", "a+\u00e9", "a \u00e9", spelling_plus},
-        {"all", "A+\u00c9", "a e\u0301", spelling_any},
-        {"no UTF-8",
-         "\xff"
-         "A\xc3",
-         "\xff"
-         "a\xc3",
-         spelling_case},
-        {"no UTF-8, otherwise",
-         "\xff"
-         "a",
-         "\xfe"
-         "a",
-         8},
-        {"a half surrogate", "\xed\xa0\x80", "\xed\xa0\x81", 8},
+        {"no UTF-8", "\xffG\xc3", "\xffg\xc3", spelling_case},
+        {"no UTF-8, otherwise", "\xff", "\xfe", 8},
         {"another letter", "\u00e9", "e", 8},
     };
     for (const auto& row : rows) {
@@ -56,14 +40,12 @@ TEST(SpellingSearch, FindsTheOnlyPathThatIsAlike) {
                              "zo\u00eb", "ZO\u00cb", "a+b/c", "a+b/d+", "A B", "\xff/Y", "plain"}) {
         write_file(name, "");
     }
-    std::filesystem::create_symlink(".", "loop");
     std::filesystem::create_symlink("nowhere", "Dangling");
     const struct {
         std::string path;
         std::string found;
         uint32_t differences;
     } rows[] = {
-        {"Cafe\u0301/a.mp3", "Caf\u00e9/a.mp3", spelling_accents},
         {"CAFE\u0301//A.mp3", "Caf\u00e9/a.mp3", spelling_accents | spelling_case},
         {"\u018f/x", "\u0259/x", spelling_case},
         {"two/X.mp3", "", 0},                        // two are there
@@ -75,8 +57,6 @@ TEST(SpellingSearch, FindsTheOnlyPathThatIsAlike) {
         {"./two/../PLAIN", "./two/../plain", spelling_case},
         {"PLAIN/x", "", 0}, // a file
         {"dangling", "", 0},
-        {"loop/loop/Loop/PLAIN", "loop/loop/loop/plain", spelling_case},
-        {"caf\u00e9/b.mp3", "", 0},
         {std::string(4096, 'a'), "", 0},
     };
     SpellingSearch search(spelling_any);
@@ -90,13 +70,7 @@ TEST(SpellingSearch, FindsTheOnlyPathThatIsAlike) {
         }
     }
     EXPECT_EQ(SpellingSearch(spelling_accents).find("PLAIN").found, "");
-    std::string loops;
-    for (int depth = 0; depth < 600; ++depth) {
-        loops += "loop/";
-    }
-    EXPECT_EQ(search.find(loops + "PLAIN").found, "");
     SpellingSearch bounded(spelling_any, 3);
-    EXPECT_FALSE(bounded.find("PLAIN").is_known);
     EXPECT_FALSE(bounded.find("PLAIN").is_known);
 }
 
@@ -104,12 +78,14 @@ TEST(SpellingSearch, SaysHowMuchOfAPathExists) {
     const TempDir folder;
     write_file("a/b/c", "");
     SpellingSearch search(spelling_any);
-    const std::pair<const char*, size_t> rows[] = {{"a/b/x", 3}, {"a/b/x/c", 3}, {"a/b/xy", 3}, {"a/y/b", 1},
-                                                   {"a/b/c", 5}, {"a/b/c/d", 5}, {"a//b/d", 4}, {"z", 0},
-                                                   {"/", 1},     {"/none/x", 1}, {"", 0}};
+    const std::pair<const char*, size_t> rows[] = {
+        {"a/b/x", 3},  {"a/b/x/c", 3}, {"a/b/xy", 3},  {"a/y/b", 1}, {"a/b/c", 5}, {"a/b/c/d", 5},
+        {"a//b/d", 4}, {"/", 1},       {"/none/x", 1}, {"", 0},      {"z", 0}};
     for (const auto& [path, length] : rows) {
         EXPECT_EQ(search.existing_length(path), length) << path;
     }
+    write_file("z/a", "");
+    EXPECT_EQ(search.existing_length("z/a"), 0U); // what was not there is not asked for again
 }
 
 TEST(SpellingSearch, IsLinearInTheNamesOfAFolder) {
@@ -129,14 +105,4 @@ TEST(SpellingSearch, IsLinearInTheNamesOfAFolder) {
     }
     EXPECT_EQ(search.find("oTHER").found, "Other");
     EXPECT_LT(clock() - start, 2 * CLOCKS_PER_SEC); // many times what it takes
-}
-
-TEST(SpellingSearch, TakesNamesAsTheyStandWhereAFolderCanNotBeListed) {
-    const TempDir folder;
-    write_file("Closed/a/B", "");
-    std::filesystem::permissions("Closed", std::filesystem::perms::owner_exec);
-    EXPECT_EQ(SpellingSearch(spelling_any).find("closed/a/b").found, "Closed/a/B");
-    // The superuser lists every folder.
-    EXPECT_EQ(SpellingSearch(spelling_any).find("closed/A/b").found, geteuid() == 0 ? "Closed/a/B" : "");
-    std::filesystem::permissions("Closed", std::filesystem::perms::owner_all);
 }

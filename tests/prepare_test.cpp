@@ -2,11 +2,12 @@
 
 #include "tests/support.h"
 
+#include <cerrno>
 #include <sys/stat.h>
-#include <utility>
 
 #include "tools/itunes-prepare/prepare.h"
-#include "tools/shared/library_location.h"
+#include "tools/itunes-prepare/waiting_playlists.h"
+#include "tools/shared/whole_file.h"
 
 namespace {
 
@@ -16,11 +17,19 @@ protected:
         return run_program(TEST_PREPARE_PROGRAM, arguments);
     }
     /// What becomes of a library; the failure, where there is one.
-    static std::string prepared(const std::string& library, bool looks = false) {
+    static std::string prepared(const std::string& library) {
         write_file("in.xml", library);
-        const PrepareResult result =
-            prepare_library({.input = "in.xml", .output = "out.xml", .looks_for_spellings = looks});
+        const PrepareResult result = prepare_library({.input = "in.xml", .output = "out.xml"});
         return result.failure.empty() ? read_file("out.xml") : result.failure;
+    }
+    /// What an import makes of a library.
+    static Tree imported(const std::string& library) {
+        write_file("library.xml", library);
+        write_file("db/made", "");
+        EXPECT_EQ(run_import({"-dbdir", "db", "-itunes-lib", "library.xml"}).status, 0);
+        const Tree tree = read_tree("db");
+        std::filesystem::remove_all("db");
+        return tree;
     }
     TempDir folder;
 };
@@ -32,57 +41,33 @@ std::string replaced(std::string text, const std::string& from, const std::strin
     return text;
 }
 
-/// The Name of a playlist behind its other keys, as iTunes 12.3 and later write it.
-std::string with_names_late(const std::string& library) {
-    const size_t playlists = library.find("<key>Playlists</key>");
-    std::string moved = library.substr(0, playlists);
-    std::string name;
-    for (const std::string& line : split(library.substr(playlists), '\n')) {
-        if (line.starts_with("\t\t\t<key>Name</key>")) {
-            name = line + "\n";
-            continue;
-        }
-        for (const char* follower : {"\t\t\t<key>Smart Info<", "\t\t\t<key>Playlist Items<", "\t\t</dict>"}) {
-            if (line.starts_with(follower)) {
-                moved += std::exchange(name, "");
-            }
-        }
-        moved += line + "\n";
-    }
-    return moved;
+std::string text(const std::string& key, const std::string& value) {
+    return "<key>" + key + "</key><string>" + value + "</string>";
 }
-
-/// The files of a library, empty, but for those that are called lost.
-void lay_out_files(const std::string& library) {
-    for (const std::string& line : split(library, '\n')) {
-        const size_t start = line.find("file:", line.find("<key>Location<"));
-        const size_t end = std::min(line.find("</string>"), line.size());
-        if (start < end && line.find("(lost)") == std::string::npos) {
-            write_file(path_of_location(replaced(line.substr(start, end - start), "&#38;", "&")).value(), "");
-        }
-    }
+std::string integer(const std::string& key, const std::string& number) {
+    return "<key>" + key + "</key><integer>" + number + "</integer>";
 }
-
+/// Dictionaries, each of these keys; in a dictionary, each has a key in front of it.
+std::string dictionaries(const std::vector<std::string>& each, const std::string& key) {
+    std::string joined;
+    for (const std::string& keys : each) {
+        joined += key + "<dict>" + keys + "</dict>";
+    }
+    return joined;
+}
 /// A library of tracks, each the keys of its dictionary, and playlists alike.
-std::string library_of(const std::vector<std::string>& tracks, const std::vector<std::string>& playlists) {
-    std::string text = "<plist><dict><key>Tracks</key><dict>";
-    for (const std::string& keys : tracks) {
-        text += "<key>0</key><dict>" + keys + "</dict>";
+std::string library_of(const std::vector<std::string>& tracks, const std::vector<std::string>& playlists,
+                       bool playlists_first = false) {
+    const std::string first = "<key>Tracks</key><dict>" + dictionaries(tracks, "<key>0</key>") + "</dict>";
+    const std::string second = "<key>Playlists</key><array>" + dictionaries(playlists, "") + "</array>";
+    return "<plist><dict>" + (playlists_first ? second + first : first + second) + "</dict></plist>";
+}
+std::string plays(const std::vector<std::string>& track_ids) {
+    std::vector<std::string> items;
+    for (const std::string& number : track_ids) {
+        items.push_back(integer("Track ID", number));
     }
-    text += "</dict><key>Playlists</key><array>";
-    for (const std::string& keys : playlists) {
-        text += "<dict>" + keys + "</dict>";
-    }
-    return text + "</array></dict></plist>";
-}
-std::string location(const std::string& place) {
-    return "<key>Location</key><string>" + place + "</string>";
-}
-std::string id(const std::string& number) {
-    return "<key>Track ID</key><integer>" + number + "</integer>";
-}
-std::string plays(const std::string& number) {
-    return "<key>Playlist Items</key><array><dict>" + id(number) + "</dict></array>";
+    return "<key>Playlist Items</key><array>" + dictionaries(items, "") + "</array>";
 }
 
 } // namespace
@@ -90,229 +75,172 @@ std::string plays(const std::string& number) {
 TEST_F(Prepare, ALibraryArrivesFromEveryLayoutAsADirectImportHasIt) {
     const std::string bundled = read_file(source_path("examples/iTunes Music Library.xml"));
     // Written so that the import itself reads a plus sign.
-    const std::string direct =
-        replaced(replaced(bundled, "/music/library/", folder.path() + "/media/"), "Salt+", "Salt&#43;");
-    lay_out_files(direct);
-    write_file("library.xml", direct);
-    write_file("direct/made", "");
-    ASSERT_EQ(run_import({"-dbdir", "direct", "-itunes-lib", "library.xml"}).status, 0);
-    const Tree expected = read_tree("direct");
+    const Tree expected = imported(replaced(bundled, "Salt+", "Salt&#43;"));
     ASSERT_EQ(expected.size(), 13U);
-    const size_t tracks = bundled.find("\t<key>Tracks</key>");
-    const size_t playlists = bundled.find("\t<key>Playlists</key>");
-    const size_t end = bundled.rfind("</dict>");
     const std::pair<const char*, std::string> layouts[] = {
         {"as it stands", bundled},
         {"key and value on lines of their own", replaced(bundled, "</key><", "</key>\n<")},
-        {"all on one line", replaced(replaced(bundled, "\n", ""), "\t", "")},
         {"CRLF", replaced(bundled, "\n", "\r\n")},
-        {"Name late", with_names_late(bundled)},
-        {"Playlists before Tracks", bundled.substr(0, tracks) + bundled.substr(playlists, end - playlists) +
-                                        bundled.substr(tracks, playlists - tracks) + bundled.substr(end)},
     };
-    for (const auto& [name, text] : layouts) {
+    for (const auto& [name, library] : layouts) {
         SCOPED_TRACE(name);
-        const std::string database = std::string("db ") + name;
-        write_file("in.xml", text);
-        write_file(database + "/made", "");
-        EXPECT_EQ(run({"--map", "/music/library=media", "in.xml", "library.xml"}).status, 0);
-        EXPECT_EQ(run_import({"-dbdir", database, "-itunes-lib", "library.xml"}).status, 0);
-        EXPECT_EQ(read_tree(database), expected);
-        const std::string written = read_file("library.xml");
+        const std::string written = prepared(library);
+        EXPECT_EQ(imported(written), expected);
         EXPECT_EQ(prepared(written), written); // whole, and nothing more to do
     }
 }
 
 TEST_F(Prepare, PlaylistsAreWrittenAsTheImportReadsThemBest) {
-    const std::vector<std::string> tracks = {id("1") + location("file:///lost"),
-                                             id("2") + location("file:///x") + "<key>Protected</key><true/>",
-                                             id("3"), id("2147483647") + location("http://x")};
+    const std::vector<std::string> tracks = {
+        integer("Track ID", "1") + text("Location", "file:///lost"),
+        integer("Track ID", "2") + text("Location", "file:///x") + "<key>Protected</key><true/>",
+        integer("Track ID", "3"), integer("Track ID", "2147483647") + text("Location", "http://x")};
     const std::string videos = "<key>Videos</key><true/>";
-    const std::string smart = "<key>Smart Info</key><data/>";
-    const std::string named = "<key>Name</key><string>A</string>";
+    const std::string smart = "<key>Smart Info</key><data></data>";
+    const std::string podcasts = "<key>Podcasts</key><true/>";
+    const std::string group = "<key>Folder</key><true/>";
     const std::string hidden = "<key>Visible</key><false/>";
+    const std::string parent = text("Parent Persistent ID", "P");
+    const std::string name = text("Name", "A");
+    const std::string one = plays({"1"});
+    const std::string stream = plays({"2147483647"});
+    const std::string silent = plays({"2", "3", "-1"});
     const struct {
         const char* name;
         std::string keys;
-        std::vector<std::string> lines; // between the persistent id and the items, and the items' numbers
+        std::string written; // behind the persistent id
     } rows[] = {
-        {"videos", plays("1") + videos + named, {videos, "1"}},
-        {"a stream", plays("2147483647") + videos, {videos, "2147483647"}},
-        {"a protected track is not played", videos + plays("2"), {"2"}},
-        {"nor one in the cloud", videos + plays("3"), {"3"}},
-        {"nor one that is unknown", videos + plays("-1"), {"-1"}},
-        {"smart videos", plays("1") + smart + videos, {"<key>Smart Info</key><data></data>", "1"}},
-        {"a name without a file", "<key>Name</key><string>Podcasts</string>" + plays("1") + videos, {"1"}},
-        {"built in",
-         "<key>Distinguished Kind</key><integer> 0x04 </integer>" + plays("1"),
-         {"<key>Distinguished Kind</key><integer>4</integer>", "1"}},
-        {"a hidden folder plays nothing",
-         plays("1") + hidden + "<key>Folder</key><true/>",
-         {"<key>Folder</key><true/>", hidden}},
-        {"podcasts", "<key>Podcasts</key><true/>" + plays("1"), {"<key>Podcasts</key><true/>", "1"}},
-        {"a parent",
-         plays("1") + "<key>Parent Persistent ID</key><string>P</string>" + named,
-         {"<key>Parent Persistent ID</key><string>P</string>", "1"}},
-        {"a parent of no name", plays("1") + "<key>Parent Persistent ID</key><string>P</string>", {"1"}},
-        {"numbers of no track", plays("0") + plays("2147483648") + plays("x"), {}},
+        {"videos", one + videos + name, videos + one},
+        {"a stream", stream + videos, videos + stream},
+        {"protected, in the cloud and unknown", videos + silent, silent},
+        {"smart videos", one + smart + videos, smart + one},
+        {"a name without a file", text("Name", "Podcasts") + one + videos, one},
+        {"built in", integer("Distinguished Kind", " 0x04 "), integer("Distinguished Kind", "4") + plays({})},
+        {"a hidden folder plays nothing", one + hidden + group, group + hidden + plays({})},
+        {"podcasts", podcasts + one, podcasts + one},
+        {"a smart folder, which gives a title", one + smart + group, group + smart + one},
+        {"a parent", one + parent + name, parent + one},
+        {"a parent of no name", one + parent, one},
+        {"numbers of no track", plays({"0", "2147483648", "x"}), plays({})},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        const std::string library = library_of(tracks, {row.keys});
-        const std::string result = replaced(replaced(prepared(library), "\n", ""), "\t", "");
-        std::string expected = "<key>Playlist Persistent ID</key><string>itunes-prepare-1</string>";
-        for (const std::string& line : row.lines) {
-            expected += line.starts_with('<') ? line : "";
+        const std::string expected = text("Playlist Persistent ID", "itunes-prepare-1") + row.written +
+                                     "</dict></array></dict></plist>";
+        for (const bool playlists_first : {false, true}) {
+            const std::string written = prepared(library_of(tracks, {row.keys}, playlists_first));
+            EXPECT_TRUE(replaced(replaced(written, "\n", ""), "\t", "").ends_with(expected)) << written;
         }
-        expected += "<key>Playlist Items</key><array>";
-        for (const std::string& line : row.lines) {
-            expected += line.starts_with('<') ? "" : "<dict>" + id(line) + "</dict>";
-        }
-        EXPECT_NE(result.find(expected + "</array></dict></array></dict></plist>"), std::string::npos)
-            << result;
-        const size_t middle = library.find("<key>Playlists");
-        const size_t end = library.rfind("</dict>");
-        EXPECT_EQ(replaced(replaced(prepared("<plist><dict>" + library.substr(middle, end - middle) +
-                                             library.substr(13, middle - 13) + "</dict></plist>"),
-                                    "\n", ""),
-                           "\t", ""),
-                  result)
-            << "playlists first";
     }
-    const std::string two = "<key>Playlist Persistent ID</key><string>";
-    const std::string result = prepared(
-        library_of({}, {two + "B</string>", two + "itunes-prepare-4</string>", two + "B</string>", ""}));
+    const std::string key = "Playlist Persistent ID";
+    const std::string late = text(key, "B") + text("Name", "Late");
+    const std::string result = prepared(library_of({}, {late, text(key, "itunes-prepare-4"), late, ""}));
+    EXPECT_NE(result.find(text("Name", "Late")), std::string::npos) << result;
+    EXPECT_NE(result.find(">itunes-prepare-3<"), std::string::npos) << result;
     EXPECT_NE(result.find(">itunes-prepare-4'<"), std::string::npos) << result;
-    EXPECT_NE(result.find(">itunes-prepare-3<"), std::string::npos);
-    EXPECT_EQ(replaced(result, ">B<", "").size(), result.size() - 3); // once
 }
 
-TEST_F(Prepare, AFolderWithSmartInfoTitlesItsPlaylists) {
-    write_file(
-        "in.xml",
-        library_of(
-            {id("1") + location("file:///lost")},
-            {plays("1") + "<key>Smart Info</key><data/><key>Folder</key><true/><key>Playlist Persistent "
-                          "ID</key><string>A</string><key>Name</key><string>Trips</string>",
-             plays("1") +
-                 "<key>Parent Persistent ID</key><string>A</string><key>Name</key><string>Sea</string>"}));
-    write_file("db/made", "");
-    run({"in.xml", "out.xml"});
-    run_import({"-dbdir", "db", "-itunes-lib", "out.xml"});
-    const Tree tree = read_tree("db");
-    ASSERT_TRUE(tree.contains("iTunes-playlist-Trips_Sea##M.wpl"));
-    EXPECT_NE(tree.at("iTunes-playlist-Trips_Sea##M.wpl").find("src=\"/lost\""), std::string::npos);
-    EXPECT_EQ(tree.size(), 4U); // with what was there, an items file and an empty workspace
+TEST_F(Prepare, ADateStaysOneAndLongTextsAreCut) {
+    const std::string date = "<key>Date Modified</key><date>";
+    const std::string blanks(65'535, ' '); // and one character more is kept
+    const std::string written = prepared(library_of({date + blanks + "12</date>"}, {}));
+    EXPECT_NE(written.find(date + "1</date>"), std::string::npos) << written;
 }
 
-TEST_F(Prepare, WhatDoesNotArriveIsTold) {
-    const std::string name = "<key>Name</key><string>" + std::string(992, 'n') + "</string>";
-    write_file("in.xml",
-               library_of({id("7") + name + "<key>Size</key><integer>2147483648</integer>"}, {name}));
-    EXPECT_EQ(run({"in.xml", "out.xml"}).err, "itunes-prepare: 1 tracks, 1 playlists\n"
-                                              "       2 lines longer than 1023 bytes, lost to the import\n"
-                                              "           Name of track 7\n"
-                                              "           Name of playlist " +
-                                                  std::string(60, 'n') + "\n");
-    const std::string whole = run({"--report", "--no-probe", "in.xml", "out.xml"}).err;
-    EXPECT_NE(whole.find("       1 values that the import reads otherwise\n           Size of track 7\n"),
-              std::string::npos)
-        << whole;
-    EXPECT_NE(whole.find("       0 missing\n"), std::string::npos) << whole;
+TEST(WholeFile, IsMadeBesideItsPlaceAndSaysWhyItCanNotGetThere) {
+    const TempDir folder;
+    std::filesystem::create_directory("sub");
+    WholeFile file;
+    ASSERT_EQ(file.open("sub/out", "maker"), 0);
+    EXPECT_TRUE(std::filesystem::directory_iterator("sub")->path().string().starts_with("sub/.maker."));
+    const Descriptor unnamed = unnamed_file("sub");
+    const std::string link = "/proc/self/fd/" + std::to_string(unnamed.number());
+    EXPECT_NE(std::filesystem::read_symlink(link).string().find("/sub/"), std::string::npos);
+    std::filesystem::create_directory("sub/out");
+    EXPECT_EQ(file.publish(), EISDIR);
 }
 
-TEST_F(Prepare, PathsArriveUnderTheSpellingOfTheDisk) {
-    const struct {
-        const char* location;
-        const char* path; // in the output; "&#" and '%' as the import decodes them
-    } rows[] = {
-        {"file://localhost/old/Cafe%CC%81/a.mp3", "/Caf\u00e9/a.mp3"}, // decomposed
-        {"file:///old/cAF%C3%89/A.MP3", "/Caf\u00e9/a.mp3"},           // in other case
-        {"file://nas//old/two/X.mp3", "/two/X.mp3"},                   // both x.MP3 and x.mp3 are there
-        {"file:///old/Zoe%CC%88.mp3", "/Zo\u00eb.mp3"},                // in accents alone, which comes first
-        {"file:///old/C%2B%2B%20100%25%2541.mp3", "/C&#43;&#43; 100&#37;%2541.mp3"},
-        {"file:///old/localhost/%3C/string%3E%0A%E9", "/localhost/&#60;/string&#62;%0A%E9"},
+TEST(WaitingPlaylists, AreNotReadFromAFileThatIsTooShort) {
+    WaitingPlaylists waiting;
+    PreparedPlaylist playlist = {"head", "tail"};
+    ASSERT_TRUE(waiting.open("."));
+    waiting.add(playlist);
+    EXPECT_FALSE(waiting.next(&playlist)); // from the file's end
+    EXPECT_EQ(waiting.error(), EIO);
+}
+
+TEST_F(Prepare, PathsArriveUnderTheSpellingOfTheDiskAndWhatDoesNotArriveIsTold) {
+    write_file("new/Caf\u00e9/a.mp3", "");
+    const std::string long_name = text("Name", std::string(992, 'n'));
+    const std::vector<std::string> tracks = {
+        text("Location", "http://x"),
+        text("Location", "file:///old/p") + "<key>Protected</key><true/>",
+        text("Location", "file://localhost/old/CAFe%CC%81/a.mp3"),
+        text("Location", "file://nas//old/two/X.mp3"),
+        text("Location", "file:///old/%3C/string%3E%0A%E9"),
+        integer("Track ID", "7") + long_name + integer("Size", "2147483648"),
     };
-    for (const char* name :
-         {"new/Caf\u00e9/a.mp3", "new/two/x.MP3", "new/two/x.mp3", "new/Zo\u00eb.mp3", "new/ZO\u00cb.mp3"}) {
-        write_file(name, "");
-    }
-    std::vector<std::string> tracks = {location("http://x"),
-                                       location("file:///old/p") + "<key>Protected</key><true/>"};
-    std::string expected;
-    for (const auto& row : rows) {
-        tracks.push_back(location(row.location));
-    }
-    write_file("in.xml", library_of(tracks, {}));
+    write_file("in.xml", library_of(tracks, {long_name}));
     const RunResult result = run({"--map=/old=" + folder.path() + "/new", "--report", "in.xml"});
-    size_t at = result.out.find("/new/p");
-    for (const auto& row : rows) {
-        at = result.out.find("<key>Location</key>", at + 1);
-        const std::string line = result.out.substr(at, result.out.find('\n', at) - at);
-        EXPECT_EQ(line, "<key>Location</key><string>file://localhost" + folder.path() + "/new" + row.path +
-                            "</string>");
+    const std::string written = replaced(result.out, folder.path(), "/HERE");
+    for (const char* path : {"/p", "/Caf\u00e9/a.mp3", "/two/X.mp3", "/&#60;/string&#62;%0A%E9"}) {
+        const std::string location = text("Location", std::string("file://localhost/HERE/new") + path);
+        EXPECT_NE(written.find(location), std::string::npos) << location;
     }
+    const std::string too_long = "       2 lines longer than 1023 bytes, lost to the import\n"
+                                 "           Name of track 7\n"
+                                 "           Name of playlist " +
+                                 std::string(60, 'n') + "\n";
     EXPECT_EQ(replaced(result.err, folder.path(), "/HERE"),
-              "itunes-prepare: 8 tracks, 0 playlists\n"
-              "       3 missing\n"
+              "itunes-prepare: 6 tracks, 1 playlists\n"
+              "       2 missing\n"
               "           /HERE/new/two/X.mp3\n"
-              "           /HERE/new/C++ 100%%41.mp3\n"
-              "           /HERE/new/localhost/</string>\\x0A\xE9\n"
-              "       0 lines longer than 1023 bytes, lost to the import\n"
-              "       0 found\n"
-              "       3 found under another spelling\n"
-              "           /HERE/new/Caf\u00e9/a.mp3\n"
-              "           /HERE/new/Caf\u00e9/a.mp3\n"
-              "           /HERE/new/Zo\u00eb.mp3\n"
-              "       2 without a file here (protected, streams, in the cloud)\n"
-              "       6 mapped\n");
-    const RunResult quiet = run({"--no-probe", "in.xml"});
-    EXPECT_EQ(quiet.err, "");
-    EXPECT_NE(quiet.out.find("file://localhost/old/two/X.mp3<"), std::string::npos);
+              "           /HERE/new/</string>\\x0A\xE9\n" +
+                  too_long +
+                  "       1 values that the import reads otherwise\n"
+                  "           Size of track 7\n"
+                  "       0 found\n"
+                  "       1 found under another spelling\n"
+                  "           /HERE/new/Caf\u00e9/a.mp3\n"
+                  "       3 without a file here (protected, streams, in the cloud)\n"
+                  "       3 mapped\n");
+    const RunResult brief = run({"--no-probe", "in.xml"});
+    EXPECT_EQ(brief.err, "itunes-prepare: 6 tracks, 1 playlists\n" + too_long);
+    EXPECT_NE(brief.out.find("file://localhost/old/two/X.mp3<"), std::string::npos);
 }
 
 TEST_F(Prepare, ADamagedLibraryIsLocatedAndLeavesTheOutputAsItWas) {
     const std::string library = read_file(source_path("examples/iTunes Music Library.xml"));
+    const std::string list = "<plist><dict>";
     const std::string tracks = "<key>Tracks</key><dict/>";
-    const std::pair<std::string, const char*> rows[] = {
-        {library.substr(0, library.size() / 2), "in.xml: line 634, column 33: unclosed token"},
-        {replaced(library, "<key>Tracks</key>", "<key>Tracks</key>\n<string>&eacute;</string>"),
-         "in.xml: line 14, column 17: the entity eacute is not one of XML's own"},
-        {"<!DOCTYPE plist [<!ENTITY a \"b\">]><plist><dict/></plist>",
-         "in.xml: line 1, column 29: the entity a is not one of XML's own"},
-        {"<plist><dict/></plist>", "in.xml: line 1, column 23: not a library: it has no list of tracks"},
-        {"<plist><dict>" + tracks + "</dict><dict/></plist>",
-         "in.xml: line 1, column 52: not a library: its root is not one dictionary"},
-        {"<plist><dict>" + tracks + tracks + "</dict></plist>",
-         "in.xml: line 1, column 62: a second list of tracks"},
-        {"<plist><!--" + std::string(9 << 18, ' '),
-         "in.xml: line 1, column 8: a comment or tag of more than 1 MiB"},
-        {"<plist><dict><key>Tracks</key><key>b</key></dict></plist>",
-         "in.xml: line 1, column 36: <key> where a value should be"},
-        {"<plist><dict><true/></dict></plist>", "in.xml: line 1, column 21: <true> where a key should be"},
-        {"<plist><dict><key>a</key></dict></plist>", "in.xml: line 1, column 33: a key without a value"},
-        {"<plist><string><b/>", "in.xml: line 1, column 20: <b> inside <string>"},
-        {"<plist><dict><key>a</key>" + replaced(std::string(63, 'a'), "a", "<array>"),
-         "in.xml: line 1, column 467: more than 64 levels"},
-        {"<dict/>", "in.xml: line 1, column 8: not a property list: <dict>"},
-        {"bplist00", "in.xml: line 1, column 1: a binary property list: export the library as XML"},
-        {"<?xml version='1.0' encoding='x'?>", "in.xml: line 1, column 31: unknown encoding: x"},
-        {"", "in.xml: line 1, column 1: no element found"},
+    const std::pair<std::string, std::string> rows[] = {
+        {library.substr(0, library.size() / 2), "634, column 33: unclosed token"},
+        {replaced(library, "<true/>", "&e;"), "10, column 36: the entity e is not one of XML's own"},
+        {"<!DOCTYPE plist [<!ENTITY a ''>]>", "1, column 29: the entity a is not one of XML's own"},
+        {"<plist><dict/></plist>", "1, column 23: not a library: it has no list of tracks"},
+        {list + "</dict><dict/>", "1, column 28: not a library: its root is not one dictionary"},
+        {list + tracks + tracks, "1, column 62: a second list of tracks"},
+        {"<plist><!--" + std::string(9 << 18, ' '), "1, column 8: a comment or tag of more than 1 MiB"},
+        {list + "<key>a</key><key>b</key>", "1, column 31: <key> where a value should be"},
+        {list + "<true/>", "1, column 21: <true> where a key should be"},
+        {list + "<key>a</key></dict>", "1, column 33: a key without a value"},
+        {"<plist><string><b/>", "1, column 20: <b> inside <string>"},
+        {list + "<key>a</key>" + replaced(std::string(63, 'a'), "a", "<array>"),
+         "1, column 467: more than 64 levels"},
+        {"<dict/>", "1, column 8: not a property list: <dict>"},
+        {"bplist00", "1, column 1: a binary property list: export the library as XML"},
+        {"<?xml version='1.0' encoding='x'?>", "1, column 31: unknown encoding: x"},
+        {"", "1, column 1: no element found"},
     };
-    for (const auto& [text, words] : rows) {
+    for (const auto& [damaged, words] : rows) {
         write_file("out.xml", "last night's");
-        EXPECT_EQ(prepared(text), words);
-        EXPECT_EQ(read_tree("."), (Tree{{"in.xml", text}, {"out.xml", "last night's"}}));
+        EXPECT_EQ(prepared(damaged), "in.xml: line " + words);
+        EXPECT_EQ(read_tree("."), (Tree{{"in.xml", damaged}, {"out.xml", "last night's"}}));
     }
-    const RunResult result = run({"in.xml"});
-    EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(result.out, "");
-    EXPECT_EQ(result.err, "itunes-prepare: in.xml: line 1, column 1: no element found\n");
 }
 
 TEST_F(Prepare, TheOutputIsAFileAStreamOrThere) {
-    const std::string library = library_of({}, {});
-    const std::string written = prepared(library);
+    const std::string written = prepared(library_of({}, {}));
     ASSERT_TRUE(written.ends_with("</plist>\n"));
     chmod("out.xml", 0640);
     std::filesystem::create_symlink("out.xml", "link");
@@ -320,58 +248,47 @@ TEST_F(Prepare, TheOutputIsAFileAStreamOrThere) {
     EXPECT_EQ(run({"in.xml", "link"}).status, 0);
     EXPECT_EQ(read_file("out.xml"), written);
     EXPECT_TRUE(std::filesystem::is_symlink("link"));
-    struct stat status = {};
-    ASSERT_EQ(stat("out.xml", &status), 0);
-    EXPECT_EQ(status.st_mode & 0777U, 0640U);
+    EXPECT_EQ(std::filesystem::status("out.xml").permissions(), std::filesystem::perms(0640));
     const std::string program = TEST_EMULATOR " '" TEST_PREPARE_PROGRAM "' ";
     const struct {
         std::string line;
-        int status;
         std::string out;
-        std::string err;
+        std::string failure;
     } rows[] = {
-        {program + "- <in.xml", 0, written, ""},
-        {"{ echo first; " + program + "in.xml /dev/stdout; } >>kept; cat kept", 0, "first\n" + written, ""},
-        {program + "in.xml /dev/full", 1, "",
-         "itunes-prepare: can not write /dev/full: No space left on device\n"},
-        {program + "in.xml >&-", 1, "",
-         "itunes-prepare: can not write standard output: Bad file descriptor\n"},
-        {program + "in.xml no/out.xml", 1, "",
-         "itunes-prepare: can not write no/out.xml: No such file or directory\n"},
-        {program + "no.xml", 1, "", "itunes-prepare: can not open no.xml: No such file or directory\n"},
-        {program + ". out.xml", 1, "", "itunes-prepare: can not open .: Is a directory\n"},
-        {"mkfifo pipe; " + program +
-             "pipe out.xml & exec 3>pipe; until ls -A | grep -q prepare; do sleep 0.1; done;"
-             " kill $!; { wait $!; } 2>/dev/null; echo $?; ls -A | grep -c prepare",
-         1, "143\n0\n", ""}, // the unfinished file goes
+        {program + "- <in.xml", written, ""},
+        {"{ echo first; " + program + "in.xml /dev/stdout; } >>kept; cat kept", "first\n" + written, ""},
+        {program + "in.xml /dev/full", "", "write /dev/full: No space left on device"},
+        {program + "in.xml >&-", "", "write standard output: Bad file descriptor"},
+        {program + "in.xml no/out.xml", "", "write no/out.xml: No such file or directory"},
+        {program + "no.xml", "", "open no.xml: No such file or directory"},
+        {program + ". out.xml", "", "open .: Is a directory"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.line);
         const RunResult result = run_line(row.line);
-        EXPECT_EQ(result.status, row.status);
+        EXPECT_EQ(result.status, row.failure.empty() ? 0 : 1);
         EXPECT_EQ(result.out, row.out);
-        EXPECT_EQ(result.err, row.err);
+        EXPECT_EQ(result.err, row.failure.empty() ? "" : "itunes-prepare: can not " + row.failure + "\n");
     }
+    const RunResult ended = // by a signal: the unfinished file goes
+        run_line("mkfifo pipe; " + program +
+                 "pipe out.xml & exec 3>pipe; until ls -A | grep -q prepare; do sleep 0.1; done;"
+                 " kill $!; { wait $!; } 2>/dev/null; echo $?; ls -A | grep -c prepare");
+    EXPECT_EQ(ended.out, "143\n0\n");
 }
 
 TEST_F(Prepare, WrongUsageSaysWhatWasWrong) {
     const std::pair<std::vector<std::string>, const char*> rows[] = {
-        {{}, "one or two files are wanted"},
-        {{"a", "b", "c"}, "one or two files are wanted"},
-        {{"a", ""}, "one or two files are wanted"},
-        {{"--map", "=b", "a"}, "--map takes FROM=TO"},
-        {{"--map=a=", "a"}, "--map takes FROM=TO"},
-        {{"--map", "a", "a"}, "--map takes FROM=TO"},
-        {{"--bogus", "a"}, "unknown option '--bogus'"},
+        {{}, "one or two files are wanted"},        {{"a", "b", "c"}, "one or two files are wanted"},
+        {{"a", ""}, "one or two files are wanted"}, {{"--map", "=b", "a"}, "--map takes FROM=TO"},
+        {{"--map=a=", "a"}, "--map takes FROM=TO"}, {{"--bogus", "a"}, "unknown option '--bogus'"},
     };
-    const std::string usage = run({"--help"}).out;
+    const std::string usage = run({"-h"}).out;
     ASSERT_TRUE(usage.starts_with("usage: itunes-prepare "));
     for (const auto& [arguments, words] : rows) {
         const RunResult result = run(arguments);
         EXPECT_EQ(result.status, 2);
-        EXPECT_EQ(result.out, "");
-        EXPECT_EQ(result.err, std::string("itunes-prepare: ") + words + "\n" + usage);
+        EXPECT_EQ(result.out + result.err, std::string("itunes-prepare: ") + words + "\n" + usage);
     }
-    EXPECT_EQ(run({"-h"}).out, usage);
     EXPECT_TRUE(run({"--version"}).out.starts_with("itunes-prepare 1."));
 }
