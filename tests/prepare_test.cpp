@@ -152,6 +152,7 @@ TEST(WholeFile, IsMadeBesideItsPlaceAndSaysWhyItCanNotGetThere) {
     std::filesystem::create_directory("sub");
     WholeFile file;
     ASSERT_EQ(file.open("sub/out", "maker"), 0);
+    ASSERT_FALSE(std::filesystem::is_empty("sub"));
     EXPECT_TRUE(std::filesystem::directory_iterator("sub")->path().string().starts_with("sub/.maker."));
     const Descriptor unnamed = unnamed_file("sub");
     const std::string link = "/proc/self/fd/" + std::to_string(unnamed.number());
