@@ -1,16 +1,16 @@
-// What a check gathers while an import reads: playlists, examples, folders, progress; and how it is judged.
+// What a check gathers while an import reads: playlists, examples, folders, progress.
 
 #include "tests/support.h"
 
 #include <algorithm>
 
 #include "tools/itunes-check/explanation.h"
-#include "tools/itunes-check/judgement.h"
 #include "tools/itunes-check/request.h"
 
 namespace {
 
 using enum PlaylistEventKind;
+using Outcome = CheckedOutcome;
 
 /// What becomes of the playlists that these events tell of.
 std::vector<CheckedPlaylist> heard(const std::vector<PlaylistEvent>& events) {
@@ -24,17 +24,16 @@ TEST(CheckedPlaylists, HaveTheOutcomeThatTheFirstKeySays) {
         std::vector<PlaylistEvent> behind_name;
         CheckedOutcome outcome;
     } rows[] = {
-        {{}, CheckedOutcome::nothing_to_play},
-        {{{reserved_name}}, CheckedOutcome::reserved_name},
-        {{{reserved_name}, {smart}}, CheckedOutcome::smart},
-        {{{built_in}, {smart}}, CheckedOutcome::built_in},
-        {{{item}, {smart}}, CheckedOutcome::nothing_to_play},
-        {{{dictionary_end}, {built_in}},
-         CheckedOutcome::nothing_to_play}, // the next one's, whose name comes late
-        {{{item}, {not_listed}}, CheckedOutcome::not_listed},
-        {{{item}, {not_writable, "t", "M"}}, CheckedOutcome::not_writable},
-        {{{item}, {file_begun, "t", "M"}, {smart}}, CheckedOutcome::file},
-        {{{item}, {file_begun, "100%% t", "M"}}, CheckedOutcome::not_moved},
+        {{}, Outcome::nothing_to_play},
+        {{{reserved_name}}, Outcome::reserved_name},
+        {{{reserved_name}, {smart}}, Outcome::smart},
+        {{{built_in}, {smart}}, Outcome::built_in},
+        {{{item}, {smart}}, Outcome::nothing_to_play},
+        {{{dictionary_end}, {built_in}}, Outcome::nothing_to_play}, // the next one's, whose name comes late
+        {{{item}, {not_listed}}, Outcome::not_listed},
+        {{{item}, {not_writable, "t", "M"}}, Outcome::not_writable},
+        {{{item}, {file_begun, "t", "M"}, {smart}}, Outcome::file},
+        {{{item}, {file_begun, "100%% t", "M"}}, Outcome::not_moved},
     };
     for (const auto& row : rows) {
         std::vector<PlaylistEvent> events = {{smart}, {item}, {named, "n"}, {dictionary_end}, {named, "n"}};
@@ -45,29 +44,6 @@ TEST(CheckedPlaylists, HaveTheOutcomeThatTheFirstKeySays) {
     }
 }
 
-TEST(CheckedPlaylists, AreReplacedByALaterOneOfTheSameFileName) {
-    const auto playlists = heard({{named, "a b"},
-                                  {item},
-                                  {item},
-                                  {file_begun, "F/a b", "V"},
-                                  {entry, nullptr, nullptr, 1, "x"},
-                                  {named, "F"},
-                                  {file_begun, "F/a/b", "V"},
-                                  {named, "F"},
-                                  {file_begun, "F/a b", "M"},
-                                  {named, "late"},
-                                  {not_writable, "F/a b", "V"}});
-    ASSERT_EQ(playlists.size(), 4U);
-    EXPECT_EQ(playlists[0].outcome, CheckedOutcome::replaced);
-    EXPECT_EQ(playlists[0].title, "F/a b");
-    EXPECT_EQ(playlists[0].file_name, "iTunes-playlist-F_a_b##V.wpl");
-    EXPECT_EQ(playlists[0].items, 2U);
-    EXPECT_EQ(playlists[0].entries, 1U);
-    EXPECT_EQ(playlists[1].outcome, CheckedOutcome::file);
-    EXPECT_EQ(playlists[2].outcome, CheckedOutcome::file);
-    EXPECT_EQ(playlists[3].file_name, "");
-}
-
 TEST(WplSign, IsWhatAParserStumblesOver) {
     const struct {
         const char* value;
@@ -76,11 +52,9 @@ TEST(WplSign, IsWhatAParserStumblesOver) {
         {"plain \u00E9 \U0001F3B5 \x7F\t ]] >", WplSign::none, WplSign::none},
         {"&amp;&#38;&#xfF;&lt;&gt;&quot;&apos;&#9;&#xD7FF;&#x10FFFF;", WplSign::none, WplSign::none},
         {"& b", WplSign::ampersand, WplSign::ampersand},
-        {"a &amp c", WplSign::ampersand, WplSign::ampersand},
         {"&amp; &unknown;", WplSign::ampersand, WplSign::ampersand},
         {"&#xD800;", WplSign::ampersand, WplSign::ampersand},
         {"&", WplSign::ampersand, WplSign::ampersand},
-        {"<", WplSign::less_than, WplSign::less_than},
         {"<b>i</b>", WplSign::none, WplSign::less_than},
         {"<!-- x -->", WplSign::none, WplSign::less_than},
         {"<b>j", WplSign::less_than, WplSign::less_than},
@@ -89,7 +63,6 @@ TEST(WplSign, IsWhatAParserStumblesOver) {
         {"a\" b=\"c", WplSign::none, WplSign::none},
         {"a]]>b", WplSign::section_end, WplSign::none},
         {"t\x01", WplSign::control, WplSign::control},
-        {"\uFFFE", WplSign::control, WplSign::control},
         {"\uFFFF", WplSign::control, WplSign::control},
         {"v\xFF", WplSign::encoding, WplSign::encoding},
         {"y\xE2\x82", WplSign::encoding, WplSign::encoding},
@@ -99,19 +72,6 @@ TEST(WplSign, IsWhatAParserStumblesOver) {
         EXPECT_EQ(wpl_title_sign(row.value), row.in_title) << row.value;
         EXPECT_EQ(wpl_path_sign(row.value), row.in_path) << row.value;
     }
-}
-
-TEST(WplSign, HasItsVerdictFromTheFile) {
-    const TempDir folder;
-    const std::string body = "<?wpl version=\"1.0\"?>\n<smil>\n" + std::string(1 << 16, ' ');
-    write_file("good", body + "</smil>\n");
-    write_file("cut", body);
-    write_file("empty", "");
-    EXPECT_TRUE(wpl_is_well_formed("good"));
-    EXPECT_FALSE(wpl_is_well_formed("cut"));
-    EXPECT_FALSE(wpl_is_well_formed("empty"));
-    EXPECT_FALSE(wpl_is_well_formed("."));
-    EXPECT_FALSE(wpl_is_well_formed("none"));
 }
 
 /// The folders as "PATH TRACKS/THERE" words.
@@ -143,14 +103,6 @@ TEST(FolderTable, TellsAsManyFoldersApartAsTellSomething) {
         {{{"C:/it's", 10}, {"D:/50%/2", 11}}, "D:/50%/2 11/0; C:/it's 10/0; "},
         {{{"there", 20}, {"/a", 21}, {"/b", 21}, {"/c", 21}, {"/d", 21}, {"/e", 21}},
          "/a 21/0; /b 21/0; /c 21/0; /d 21/0; /e 21/0; there 20/20; "},
-        {{{"/f/a", 20},
-          {"/f/b", 20},
-          {"/f/c", 20},
-          {"/f/d", 20},
-          {"/f/e", 20},
-          {"/f/ff", 20},
-          {"/f/there", 20}},
-         "/f 140/20; "},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(folders_of(row.tracks_in), row.folders);
@@ -175,28 +127,11 @@ TEST(TrackExplanation, LooksForEachOfThousandsInALargeFolder) {
         explanation.add_track({number, TrackOutcome::missing, "Song", path.c_str()});
     }
     EXPECT_EQ(explanation.respelled(), 800U);
+    EXPECT_EQ(explanation.examples(TrackOutcome::missing).size(), example_limit);
     EXPECT_EQ(explanation.spelling_unknown(), 0U);
     ASSERT_EQ(explanation.respelled_examples().size(), example_limit);
     EXPECT_EQ(explanation.respelled_examples()[4].found, "Music/4.mp3");
     EXPECT_EQ(explanation.respelled_examples()[4].differences, spelling_case);
-}
-
-TEST(TrackExplanation, KeepsAFewExamplesOfEachReason) {
-    const TempDir folder;
-    write_file("there/x", "");
-    TrackExplanation explanation;
-    explanation.add_track({1, TrackOutcome::missing, nullptr, "there/y/z"});
-    explanation.add_track({2, TrackOutcome::no_location, nullptr, nullptr}); // nothing to show
-    explanation.add_track({3, TrackOutcome::record, "Here", "there/x"});
-    for (int number = 0; number < 7; ++number) {
-        explanation.add_track({4, TrackOutcome::copy_protected, "P", "there/x"});
-    }
-    ASSERT_EQ(explanation.examples(TrackOutcome::missing).size(), 1U);
-    EXPECT_EQ(explanation.examples(TrackOutcome::missing)[0].existing_length, 5U);
-    EXPECT_TRUE(explanation.examples(TrackOutcome::no_location).empty());
-    EXPECT_TRUE(explanation.examples(TrackOutcome::record).empty());
-    EXPECT_EQ(explanation.examples(TrackOutcome::copy_protected).size(), example_limit);
-    EXPECT_EQ(explanation.finish_folders().size(), 1U);
 }
 
 TEST(LibraryProgress, GoesFromTheLinesToTheLastTrack) {
@@ -209,64 +144,6 @@ TEST(LibraryProgress, GoesFromTheLinesToTheLastTrack) {
     EXPECT_EQ(progress.after_track(1, 4), 55);
     EXPECT_EQ(progress.after_track(4, 4), 100);
     EXPECT_EQ(LibraryProgress(0).after_line(1), std::nullopt);
-}
-
-/// A library that can be imported.
-LibraryTally good_tally(uint32_t records, uint32_t missing) {
-    LibraryTally tally;
-    tally.is_whole = true;
-    tally.layout = LibraryLayout::as_read;
-    tally.keys_beside = 3;
-    tally.tracks = {records, 0, 0, 0, missing};
-    return tally;
-}
-
-TEST(LibraryFailures, AreSaidEach) {
-    using enum LibraryFailureKind;
-    const std::string share_text = "records to come: 4, less than 80 percent of the 6 in a\\x1Bb";
-    const auto with = [](auto change) {
-        LibraryTally tally = good_tally(4, 0);
-        change(tally);
-        return tally;
-    };
-    const struct {
-        LibraryTally tally;
-        std::optional<PresentItems> present;
-        std::vector<std::string> reasons;
-    } rows[] = {
-        {good_tally(4, 9), {}, {}},
-        {good_tally(0, 0), {}, {}},
-        {good_tally(0, 1), {}, {"its only track will not arrive"}},
-        {good_tally(0, 2), {}, {"none of its 2 tracks will arrive"}},
-        {good_tally(4, 0), PresentItems{"a", 5}, {}},
-        {good_tally(4, 0),
-         PresentItems{"a\x1B"
-                      "b",
-                      6},
-         {share_text}},
-        {good_tally(0, 0), PresentItems{"a", 0, 100}, {}},
-        {good_tally(4, 0), PresentItems{"a", uint64_t{1} << 40, 0}, {}},
-        {with([](LibraryTally& tally) { tally.is_whole = false; }),
-         {},
-         {"is cut short: it does not end with </plist>"}},
-        {with([](LibraryTally& tally) { tally.layout = LibraryLayout::no_library; }),
-         {},
-         {"is no iTunes library: no line holds a key of one"}},
-        {with([](LibraryTally& tally) {
-             tally.layout = LibraryLayout::other;
-             tally.keys_apart = 4;
-         }),
-         {},
-         {"has another layout: 4 of 7 keys without their value on their line"}},
-        {with([](LibraryTally& tally) { tally.layout = LibraryLayout::partly; }), {}, {}},
-    };
-    for (const auto& row : rows) {
-        std::vector<std::string> reasons;
-        for (const LibraryFailure& failure : library_failures(row.tally, row.present)) {
-            reasons.push_back(failure.reason);
-        }
-        EXPECT_EQ(reasons, row.reasons);
-    }
 }
 
 } // namespace

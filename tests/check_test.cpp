@@ -1,5 +1,5 @@
-// Holds itunes-check against the import, and what it says of a crafted library against a text in tests/golden/.
-// More libraries to hold it against can stand in a folder that the environment variable
+// Holds itunes-check against the import, and what it says of a crafted library against a text in
+// tests/golden/. More libraries to hold it against can stand in a folder that the environment variable
 // ITUNES_IMPORT_LIBRARIES names.
 
 #include "tests/companion_fixture.h"
@@ -12,6 +12,7 @@ namespace {
 std::string whole_track(int id, const std::string& lines) {
     return "<key>t</key>\n<dict>\n" + number("Track ID", std::to_string(id)) + lines + "</dict>\n";
 }
+const std::string smart = "<key>Smart Info</key><data>AQ==</data>\n";
 std::string at_path(int id, const std::string& path, const std::string& lines = "") {
     return whole_track(id, lines + text("Location", "file:" + path));
 }
@@ -115,7 +116,6 @@ TEST_F(Check, TellsWhatBecomesOfAll) {
         whole_track(7, named("P") + flag("Protected") + there) + whole_track(8, flag("Protected")) +
         whole_track(9, named("In the cloud")) +
         whole_track(10, named("Radio") + text("Track Type", "URL") + text("Location", "file://radio"));
-    const std::string smart = "<key>Smart Info</key><data>AQ==</data>\n";
     const std::string playlists =
         whole_playlist("F%1B", "f", {}, flag("Folder")) + whole_playlist("A/B", "1", {1, 9, 4}, inside("f")) +
         whole_playlist("A B", "2", {2}, inside("f")) + whole_playlist("100%%", "3", {1}) +
@@ -137,38 +137,35 @@ TEST_F(Check, TellsWhatBecomesOfAll) {
 
 TEST_F(Check, SaysWhatIsReadOtherwiseThanItIsMeant) {
     write_file("1.mp3", "");
-    const std::string smart = "<key>Smart Info</key><data>AQ==</data>\n";
     const std::string items = items_key + "<array>\n" + plays(1) + "</dict>\n</array>\n</dict>\n";
     const auto late = [&](const std::string& its_name, const std::string& its_id, const std::string& lines) {
-        return "<dict>\n" + with_id(its_id) + lines +
-               named(its_name); // the name stands behind the other keys
+        return "<dict>\n" + with_id(its_id) + lines + named(its_name) + items; // its name behind other keys
     };
-    const std::string folder_f = late("F", "f", flag("Folder")) + smart + items;
+    const auto p = [](const std::string& its_name, const std::string& lines = "") {
+        return whole_playlist(its_name, its_name, {1}, lines);
+    };
+    const std::string folder_f = "<dict>\n" + with_id("f") + flag("Folder") + named("F") + smart + items;
+    const std::string in_folder = folder_f + late("P", "p", inside("f"));
     const struct {
         std::string track, playlists, losses;
     } rows[] = {
-        {named("One"), whole_playlist("P", "p", {1}), ""},
-        {named("C++"), "", "track-titles\t1\tC++\n"},
+        {named("C++"), p("P"), "track-titles\t1\tC++\n"},
         {named("C++") + flag("Protected"), "", ""}, // does not arrive
         {named(std::string(901, '+')), "", ""},     // may be too long for a line
         {number("Track ID", "1"), "", "track-ids\t1\t1\n"},
-        {"", whole_playlist("F", "f", {}, flag("Folder")) + whole_playlist("P", "p", {1}, inside("f")), ""},
-        {"", folder_f + late("P", "p", inside("f")) + items, "folders\t1\tF/P\n"},
-        {"", folder_f + late("P", "p", inside("f")) + items + late("P", "q", "") + items,
-         "folders\t1\tF/P\nreplaced\t1\tF/P\n"},
-        {"", whole_playlist("R+B", "p", {1}) + whole_playlist("R B", "q", {1}), "titles\t1\tR+B\n"},
-        {"", whole_playlist("R B", "p", {1}) + whole_playlist("R/B", "q", {1}), ""}, // meet in any case
-        {"", late("Top", "p", smart) + items, ""},
-        {"", late("Top", "p", number("Distinguished Kind", "4")) + items, "extra-file\t1\tTop\n"},
-        {"", late("Top", "p", "<key>Visible</key><false/>\n") + items, ""},
-        {"", late("Top", "p", flag("Podcasts")) + items, ""},
+        {"", whole_playlist("F", "f", {}, flag("Folder")) + p("P", inside("f")), ""},
+        {"", in_folder, "folders\t1\tF/P\n"},
+        {"", in_folder + late("P", "q", ""), "folders\t1\tF/P\nreplaced\t1\tF/P\n"},
+        {"", p("R+B") + p("R B"), "titles\t1\tR+B\n"},
+        {"", p("R B") + p("R/B"), ""}, // meet in any case
+        {"", late("Top", "p", smart), ""},
+        {"", late("Top", "p", number("Distinguished Kind", "4")), "extra-file\t1\tTop\n"},
+        {"", late("Top", "p", "<key>Visible</key><false/>\n"), ""},
         {"", "<dict>\n" + named("P") + "<key>Playlist Persistent ID</key>\n<string>p</string>\n" + items,
          "no-file\t1\tP\n"},
-        {"", whole_playlist("P", "p", {1}, inside("q")) + whole_playlist("Q", "q", {1}, inside("p")),
-         ""}, // a circle
-        {"", "<dict>\n<key >Name</key><string>P</string>\n" + items + whole_playlist("R+B", "q", {1}),
-         ""},                                       // unlike
-        {"&", whole_playlist("R+B", "p", {1}), ""}, // damaged in front of it
+        {"", p("P", inside("Q")) + p("Q", inside("P")), ""},                         // a circle
+        {"", "<dict>\n<key >Name</key><string>P</string>\n" + items + p("R+B"), ""}, // unlike
+        {"&", p("R+B"), ""},                                                         // damaged before
     };
     for (const auto& row : rows) {
         write_file("l.xml", library(at_path(1, "1.mp3", row.track), row.playlists));
@@ -177,63 +174,17 @@ TEST_F(Check, SaysWhatIsReadOtherwiseThanItIsMeant) {
     EXPECT_NE(result_of("check --json l.xml | tail -n 1").out.find("\"damage\":\"line "), std::string::npos);
 }
 
-/// What an import would lose: the playlists listed of a library beside those of its prepared copy.
-std::map<std::string, int> differences(const std::vector<std::string>& direct,
-                                       const std::vector<std::string>& prepared) {
-    std::map<std::string, int> losses;
-    for (size_t index = 0; index < std::min(direct.size(), prepared.size()); ++index) {
-        const std::vector<std::string> one = split(direct[index], '\t'); // "playlist", outcome, file, title
-        const std::vector<std::string> other = split(prepared[index], '\t');
-        if (one.at(1) == "nothing-to-play") {
-            continue; // its tracks have lost their paths
-        }
-        if (one.at(2).empty() || other.at(2).empty()) {
-            const bool is_extra = !one[2].empty();
-            losses[is_extra ? "extra-file" : "no-file"] += one[2] == other[2] ? 0 : 1;
-        } else if (one.at(3) != other.at(3)) {
-            ++losses[other[3].ends_with("/" + one[3]) ? "folders" : "titles"];
-        }
-        losses["replaced"] += one[1] == "replaced" && other[1] == "file" ? 1 : 0;
-    }
-    std::erase_if(losses, [](const auto& loss) { return loss.second == 0; });
-    return losses;
-}
-
-TEST_F(Check, SaysWhatAPreparedCopyWouldKeep) {
-    for (const std::string& each : real_libraries()) {
-        write_file("l.xml", each);
-        if (result_of("'" TEST_PREPARE_PROGRAM "' --no-probe l.xml p.xml").status != 0) {
-            continue; // no property list
-        }
-        const auto lines = [](const std::string& library, const std::string& kind) {
-            const std::string out = result_of("check --list " + library + " | grep '^" + kind + "\t'").out;
-            return split(out.substr(0, out.find_last_not_of('\n') + 1), '\n');
-        };
-        const std::vector<std::string> direct = lines("l.xml", "playlist");
-        const std::vector<std::string> prepared = lines("p.xml", "playlist");
-        if (direct.size() == prepared.size() && direct[0].size() > 0) {
-            std::map<std::string, int> said;
-            for (const std::string& line : lines("l.xml", "loss")) {
-                const std::vector<std::string> fields = split(line, '\t');
-                if (fields.size() > 2 && !fields[1].starts_with("track-")) {
-                    said[fields[1]] = std::stoi(fields[2]);
-                }
-            }
-            EXPECT_EQ(said, differences(direct, prepared)) << each.substr(0, 500);
-        }
-        EXPECT_EQ(lines("p.xml", "loss"), std::vector<std::string>{""});
-    }
-}
-
 TEST_F(Check, ShowsFortyPlaylistsAndTheirNumber) {
-    std::string playlists;
+    std::string playlists =
+        whole_playlist("All", "all", {1}, flag("Master") + "<key>Visible</key><false/>\n");
     for (int number = 0; number < 42; ++number) {
         playlists += whole_playlist("List " + std::to_string(number), std::to_string(number), {1});
     }
     write_file("l.xml", library(at_path(1, "l.xml"), playlists));
-    const std::string summary = result_of("check l.xml | tail -n 3").out;
+    const std::string summary = result_of("check l.xml | grep -A 4 'List 39$'").out;
     EXPECT_EQ(summary, "         List 39\n           music, 1 of 1 item, iTunes-playlist-List_39##M.wpl\n"
-                       "         and 2 more; --list shows all\n");
+                       "         and 2 more; --list shows all\n"
+                       "       1 not in the folder list: the list of all tracks\n           All\n");
 }
 
 /// What comes behind "What to do".
@@ -244,56 +195,40 @@ std::string advice(const std::string& library_text) {
 
 TEST_F(Check, SaysWhatToDo) {
     const std::string here = folder_.path();
-    const std::string map = "    itunes-prepare --map ";
-    const std::string behind_map = "=DIR \\\n      'l.xml' prepared.xml\n";
-    const std::string several =
-        "  For more than one folder give each its --map in one itunes-prepare command.\n";
     const std::string copy = "    itunes-prepare 'l.xml' prepared.xml\n";
-    const std::string again =
-        "  and check it again, since the layout may hide more:\n    itunes-check prepared.xml\n";
-    const std::string apart = "<key>Artist</key>\n<string>X</string>\n";
+    const auto map = [](const std::string& word) {
+        return "    itunes-prepare --map " + word + "=DIR \\\n      'l.xml' prepared.xml\n";
+    };
+    const auto files_of = [&](const std::string& shown, const std::string& word) {
+        return "  If the files of " + shown + "\n  are in DIR:\n" + map(word);
+    };
+    const std::string gone_word = here + "/it'\\''s/gone'";
     write_file("there/Song.mp3", "");
     const struct {
-        std::string library_text;
-        std::string advice;
+        std::string library_text, advice;
     } rows[] = {
-        {library(at_path(1, "l.xml")), ""},
         {library(lost(20, here + "/it's/gone")),
          "  If the files of " + here + "/it's/gone\n  are in DIR, one of these:\n    mkdir -p '" + here +
-             "/it'\\''s' &&\n      ln -s DIR '" + here + "/it'\\''s/gone'\n    mkdir -p '" + here +
-             "/it'\\''s/gone' &&\n      " + (geteuid() == 0 ? "" : "sudo ") + "mount --bind DIR '" + here +
-             "/it'\\''s/gone'\n" + map + "'" + here + "/it'\\''s/gone'" + behind_map},
+             "/it'\\''s' &&\n      ln -s DIR '" + gone_word + "\n    mkdir -p '" + gone_word + " &&\n      " +
+             (geteuid() == 0 ? "" : "sudo ") + "mount --bind DIR '" + gone_word + "\n" +
+             map("'" + gone_word)},
         // Folders beside one another have one map, unless another one there holds files.
-        {library(lost(20, "E:/music/English") + lost(21, "E:/music/Hindi", 30) +
-                 lost(22, "E:/music/Telugu", 60)),
-         "  If the files of E:/music\n  are in DIR:\n" + map + "'E:/music'" + behind_map},
+        {library(lost(20, "E:/music/English") + lost(21, "E:/music/Hindi", 30)),
+         files_of("E:/music", "'E:/music'")},
         {library(lost(20, "C:/a/x") + lost(21, "D:/50%=1/2", 30) + lost(22, "F:/c/x", 60)),
-         "  If the files of F:/c/x\n  are in DIR:\n" + map + "'F:/c/x'" + behind_map +
-             "  If the files of D:/50%=1/2\n  are in DIR:\n" + map + "'file://localhost/D:/50%25%3D1/2'" +
-             behind_map + several},
-        {library(lost(20, "C:/none/%1B=")), "  If the files of C:/none/\\x1B=\n  are in DIR:\n" + map +
-                                                "$'file://localhost/C:/none/\\x1B%3D'" + behind_map},
-        {library(lost(23, here + "/there")), "  " + here +
-                                                 "/there is there, none of its 23 files is:\n  where they "
-                                                 "are a folder higher or deeper, in DIR:\n" +
-                                                 map + "'" + here + "/there'" + behind_map},
-        {library(lost(23, "relative")), ""},
+         files_of("F:/c/x", "'F:/c/x'") + files_of("D:/50%=1/2", "'file://localhost/D:/50%25%3D1/2'") +
+             "  For more than one folder give each its --map in one itunes-prepare command.\n"},
+        {library(lost(20, "C:/none/%1B=")),
+         files_of("C:/none/\\x1B=", "$'file://localhost/C:/none/\\x1B%3D'")},
+        {library(lost(23, here + "/there")),
+         "  " + here + "/there is there, none of its 23 files is:\n  where they are a folder higher or " +
+             "deeper, in DIR:\n" + map("'" + here + "/there'")},
         {library(at_path(1, "there/song.mp3")), "  Import a copy with the paths that the disk has:\n" + copy},
-        // What is lost otherwise wants a copy; a link would not do.
-        {library(at_path(1, "/none/a", apart)),
-         "  Import a copy in the layout that the import reads:\n" + copy + again +
-             "  If the files of /none\n  are in DIR:\n" + map + "'/none'" + behind_map},
-        {library(at_path(1, "l.xml", named("C++"))),
-         "  Import a copy in the layout that the import reads:\n" + copy},
         {library(at_path(1, "/none/&")),
          "  Export the library anew: it is damaged, and itunes-prepare refuses it.\n"},
         {library(whole_track(1, "") + whole_track(2, flag("Protected"))),
          "  Download the tracks that are in the cloud only; of protected ones it takes\n"
          "  unprotected copies. No track of the library can be played from a file.\n"},
-        {library(at_path(1, "l.xml"), whole_playlist("R&#38;B", "1", {1})),
-         "  For players that list nothing from the 1 playlist file with a bare &:\n"
-         "    mkdir strict && cp PLAYLISTS/*.wpl strict &&\n"
-         "      sed -i -E 's/&(amp;)?/\\&amp;/g' strict/*.wpl\n"},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(advice(row.library_text), row.advice);
@@ -302,85 +237,59 @@ TEST_F(Check, SaysWhatToDo) {
     for (int id = 60; id < 80; ++id) {
         beside += at_path(id, here + "/there/Song.mp3");
     }
-    EXPECT_NE(advice(library(beside)).find(map + "'" + here + "/a'"), std::string::npos);
-    write_file("l.xml",
-               library(at_path(1, "l.xml"), whole_playlist("Mediathek", "1", {1},
-                                                           flag("Master") + "<key>Visible</key><false/>\n")));
-    EXPECT_EQ(result_of("check l.xml | grep -c '1 not in the folder list: the list of all tracks$'").out,
-              "1\n");
-}
-
-/// What a run ends with and what it says on standard error; on standard output it says nothing.
-struct Failure {
-    std::string line;
-    int status;
-    std::string err;
-};
-
-TEST_F(Check, RefusesAWrongCommandLine) {
-    const std::string usage = run_line("'" TEST_CHECK_PROGRAM "' -h").out;
-    const Failure rows[] = {
-        {"check", 2, "the library is missing"},
-        {"check --list --json l.xml", 2, "--list and --json exclude each other"},
-        {"check --json --list l.xml", 2, "--list and --json exclude each other"},
-        {"check l.xml b\x1B.xml", 2, "one library at a time: 'b\\x1B.xml' is one too many"},
-        {"check l.xml --items", 2, "option '--items' needs a value"},
-        {"check --items= l.xml", 2, "--items needs the name of a file"},
-        {"check --min-share 50 l.xml", 2, "--min-share needs --items"},
-        {"check --items=i --min-share=101 l.xml", 2,
-         "--min-share takes a whole number from 0 to 100, not '101'"},
-        {"check --items=i --min-share= l.xml", 2, "--min-share takes a whole number from 0 to 100, not ''"},
-        {"check --items=i --min-share=1x l.xml", 2,
-         "--min-share takes a whole number from 0 to 100, not '1x'"},
-        {"check --items=i --min-share=0060 l.xml", 2,
-         "--min-share takes a whole number from 0 to 100, not '0060'"},
-        {"check --unknown l.xml", 2, "unknown option '--unknown'"},
-    };
-    for (const Failure& row : rows) {
-        const RunResult result = result_of(row.line);
-        EXPECT_EQ(result.status, row.status) << row.line;
-        EXPECT_EQ(result.err, "itunes-check: " + row.err + "\n" + usage);
-        EXPECT_EQ(result.out, "");
-    }
-    write_file("l.xml", library(""));
-    for (const char* line :
-         {"check --help", "check --version", "check --list --list l.xml", "check -- l.xml"}) {
-        EXPECT_EQ(result_of(line).status, 0) << line;
-    }
-    EXPECT_EQ(result_of("check l.xml <&- >&- 2>&-").status, 1); // its result got lost
+    EXPECT_NE(advice(library(beside)).find(map("'" + here + "/a'")), std::string::npos);
 }
 
 TEST_F(Check, FailsWithALine) {
     write_file("l.xml", library(at_path(1, "l.xml")));
+    const std::string usage = run_line("'" TEST_CHECK_PROGRAM "' -h").out;
+    const std::string share = "--min-share takes a whole number from 0 to 100, not ";
     const std::string no_scratch = "can not make a directory below TMPDIR: ";
     const std::string lost_output = "can not write standard output: ";
     const auto long_path = [](const char* length) {
         return "TMPDIR=$(printf %0" + std::string(length) + "d 0 | sed 's|0|./|g')";
     };
-    const Failure rows[] = {
-        {"check none", 1, "none: No such file or directory"},
+    const struct {
+        std::string line;
+        int status; // the usage follows on 2
+        std::string err;
+    } rows[] = {
+        {"check", 2, "the library is missing"},
+        {"check --list --json l.xml", 2, "--list and --json exclude each other"},
+        {"check l.xml b\x1B.xml", 2, "one library at a time: 'b\\x1B.xml' is one too many"},
+        {"check l.xml --items", 2, "option '--items' needs a value"},
+        {"check --items= l.xml", 2, "--items needs the name of a file"},
+        {"check --min-share 50 l.xml", 2, "--min-share needs --items"},
+        {"check --items=i --min-share=101 l.xml", 2, share + "'101'"},
+        {"check --items=i --min-share=1x l.xml", 2, share + "'1x'"},
+        {"check --items=i --min-share=0060 l.xml", 2, share + "'0060'"},
         {"check -- --help", 1, "--help: No such file or directory"},
         {"check .", 1, ".: is a directory"},
-        {"check /dev/null", 1, "/dev/null: is no regular file"},
         {"mkfifo f; check f", 1, "f: is no regular file"},
         {"check $(printf %01024d 0)", 1, std::string(1024, '0') + ": the path is too long"},
         {"check $(printf %01023d 0)", 1, std::string(1023, '0') + ": File name too long"},
         {"check --version >/dev/full", 1, lost_output + "No space left on device"},
-        {"check --help >/dev/full", 1, lost_output + "No space left on device"},
         {"check l.xml >/dev/full", 1, lost_output + "No space left on device"},
         {"check --list l.xml >&-", 1, lost_output + "Bad file descriptor"},
-        {"TMPDIR=none check l.xml", 1, no_scratch + "No such file or directory"},
-        {"TMPDIR=/dev/null check l.xml", 1, no_scratch + "Not a directory"},
         {long_path("247") + " check l.xml", 1, no_scratch + "File name too long"},
     };
-    for (const Failure& row : rows) {
+    for (const auto& row : rows) {
         const RunResult result = result_of(row.line);
         EXPECT_EQ(result.status, row.status) << row.line;
-        EXPECT_EQ(result.err, "itunes-check: " + row.err + "\n");
+        EXPECT_EQ(result.err, "itunes-check: " + row.err + "\n" + (row.status == 2 ? usage : ""));
         EXPECT_EQ(result.out, "");
     }
-    EXPECT_EQ(result_of(long_path("245") + " check l.xml").status, 0);
-    EXPECT_EQ(result_of("TMPDIR= check l.xml").status, 0);
+    for (const std::string& options :
+         {long_path("245") + " check", std::string("TMPDIR= check --list --list")}) {
+        EXPECT_EQ(result_of(options + " l.xml").status, 0) << options;
+    }
+    EXPECT_EQ(result_of("check l.xml <&- >&- 2>&-").status, 1); // its result got lost
+    EXPECT_EQ(result_of("echo '</plist>' >n; check n").err,
+              "itunes-check: n: is no iTunes library: no line holds a key of one\n");
+    write_file("l.xml", library(""));
+    EXPECT_EQ(result_of("check l.xml").err, "");
+    write_file("l.xml", library(lost(2, "none")));
+    EXPECT_EQ(result_of("check l.xml").err, "itunes-check: l.xml: none of its 2 tracks will arrive\n");
     write_file("l.xml", library(at_path(1, "l.xml"), whole_playlist("Long", "1", std::vector(40, 1))));
     const RunResult full = result_of("(trap '' XFSZ; ulimit -f 1; check --json l.xml) | cat");
     EXPECT_NE(full.out.find("\"not_well_formed\":\"cut short\""), std::string::npos); // after a block
@@ -392,10 +301,6 @@ TEST_F(Check, FailsWithALine) {
 TEST_F(Check, ComparesWithThePresentItems) {
     write_file("l.xml", library(at_path(1, "l.xml") + at_path(2, "l.xml") + at_path(3, "l.xml")));
     const std::string five = ">>>>\n>>>>\n>>>>\n>>>>\n>>>>\n";
-    std::string large = ">>>>\n"; // than a record may be
-    while (large.size() < 17 << 20) {
-        large += "14FFF" + std::string(4095, 'v') + "\n";
-    }
     const std::string damaged = "itunes-check: items: damaged or no items file; whole records: ";
     const std::string too_few = "itunes-check: l.xml: records to come: 3, less than ";
     const struct {
@@ -407,26 +312,20 @@ TEST_F(Check, ComparesWithThePresentItems) {
         {five, "--min-share 60", 0, "", "5"},
         {five, "--min-share 61", 1, too_few + "61 percent of the 5 in items\n", "5"},
         {five + "16004Ba", "--min-share 0", 0, damaged + "4\n", "4"},
-        {five + large + five, "--min-share 0", 0, damaged + "5\n", "5"},
-        {"<?xml", "", 0, damaged + "0\n", "0"},
         {"", "", 0, "", "0"},
     };
     for (const auto& row : rows) {
         write_file("items", row.items);
-        const RunResult result = result_of("check --items items " + row.options + " l.xml | grep ^Records");
-        EXPECT_EQ(result.out, "Records: 3 to come, " + row.present + " at present in items\n");
+        const std::string options = " --items items " + row.options + " l.xml";
+        const RunResult result = result_of("check" + options);
+        EXPECT_EQ(result.status, row.status);
         EXPECT_EQ(result.err, row.err);
-        EXPECT_EQ(result_of("check --json --items=items " + row.options +
-                            " l.xml 2>&1 | "
-                            "grep -c '\"present_records\":" +
-                            row.present + "}$'")
-                      .out,
-                  "1\n");
-        EXPECT_EQ(result_of("check --items items " + row.options + " l.xml").status, row.status);
+        const std::string records = "\nRecords: 3 to come, " + row.present + " at present in items\n";
+        EXPECT_NE(result.out.find(records), std::string::npos) << result.out;
+        const std::string json = "\"present_records\":" + row.present + "}\n";
+        EXPECT_TRUE(result_of("check --json" + options).out.ends_with(json));
     }
     EXPECT_EQ(result_of("check --items none l.xml").err, "");
-    EXPECT_EQ(result_of("check --items . l.xml").err,
-              "itunes-check: .: can not be read; there is nothing to compare with\n");
     EXPECT_EQ(result_of("check --items l.xml/x l.xml").err,
               "itunes-check: l.xml/x: can not be read; there is nothing to compare with\n");
 }
@@ -455,14 +354,12 @@ TEST_F(Check, ShowsProgressOnATerminal) {
     const auto shown = [](const std::string& arguments) {
         return result_of("script -qec 'sh program " + arguments + "' /dev/null </dev/null").out;
     };
-    std::string steps;
-    for (int percent = 1; percent <= 40; ++percent) {
-        steps += "\ritunes-check: " + std::string(percent < 10 ? "  " : " ") + std::to_string(percent) + " %";
+    const std::string end = "\ritunes-check: 100 %\r" + std::string(21, ' ') + "\r";
+    for (const char* arguments : {"l.xml", "--list l.xml >out"}) {
+        const std::string out = shown(arguments);
+        EXPECT_TRUE(out.starts_with("\ritunes-check:   1 %\ritunes-check:   2 %\r")) << out.substr(0, 200);
+        EXPECT_NE(out.find("\ritunes-check:  80 %" + end), std::string::npos);
     }
-    steps +=
-        "\ritunes-check:  60 %\ritunes-check:  80 %\ritunes-check: 100 %\r" + std::string(21, ' ') + "\r";
-    EXPECT_EQ(shown("l.xml").substr(0, steps.size()), steps);
-    EXPECT_EQ(shown("--list l.xml >out").substr(0, steps.size()), steps);
     EXPECT_EQ(shown("--list l.xml").substr(0, 5), "track");
 }
 
