@@ -12,10 +12,9 @@ using Workspace = Import;
 
 TEST_F(Workspace, ARunReplacesItsOwnFilesAndKeepsAllOthers) {
     const std::string temp = "db/itunes-import-temp/";
-    for (const char* name : {"l.xml", "iTunes Library.itl.tmp", "iT.tmp.keepsnot", "itunes.tmp",
-                             ".iTunes.tmp", "iT.xml", "xT.tmp"}) {
-        write_file(std::string("lib/") + name, "");
-    }
+    lay_out("", "",
+            "lib/l.xml lib/iTunes.itl.tmp lib/iT.tmp.keepsnot lib/itunes.tmp "
+            "lib/.iTunes.tmp lib/iT.xml lib/xT.tmp");
     for (const std::string& path :
          {std::string("db/itunes.import.items"), temp + "itunes.import.temp.items", temp + "notes.wpl.bak",
           temp + "other", temp + "folder.wpl/inside", temp + ".hidden.wpl", std::string("pl/mine.wpl")}) {
@@ -23,7 +22,7 @@ TEST_F(Workspace, ARunReplacesItsOwnFilesAndKeepsAllOthers) {
     }
     write_file("pl/notes.wpl.bak", "replaced");
     const char* arguments = "-dbdir db -itunes-lib ./lib/l.xml -playlist-dir pl -noclean";
-    EXPECT_EQ(run(arguments), (Tree{{"lib/iTunes Library.itl.tmp", gone},
+    EXPECT_EQ(run(arguments), (Tree{{"lib/iTunes.itl.tmp", gone},
                                     {"lib/iT.tmp.keepsnot", gone},
                                     {"db/itunes.import.items", ""},
                                     {temp + "itunes.import.temp.items", gone},
