@@ -3,11 +3,11 @@
 
 _itunes_import_night() {
   case ${COMP_WORDS[COMP_CWORD - 1]} in
-    -dbdir | -playlist-dir) compopt +o default -o dirnames ;;
-    -itunes-lib | -logfile | --min-share | --map) ;; # file names, which an empty answer stands for
+    -dbdir | -playlist-dir | --media) compopt +o default -o dirnames ;;
+    -itunes-lib | -logfile | --min-share | --map | --page) ;; # file names, which an empty answer stands for
     *)
       mapfile -t COMPREPLY < <(compgen -W '-dbdir -playlist-dir -itunes-lib -logfile --min-share --prepare --map
-        --verbose --help --version' -- "${COMP_WORDS[COMP_CWORD]}")
+        --media --page --verbose --help --version' -- "${COMP_WORDS[COMP_CWORD]}")
       ;;
   esac
 } && complete -o default -F _itunes_import_night itunes-import-night

@@ -305,11 +305,14 @@ TEST(Night, PreparesTheLibraryAndNamesTheUsersOwn) {
         "<key>Playlist ID</key><integer>7</integer>"
         "<key>Playlist Persistent ID</key><string>P</string><key>Playlist Items</key><array>"
         "<dict><key>Track ID</key><integer>1</integer></dict></array></dict></array></dict>";
-    for (const std::string name : {"my.wpl", "itunes-import-temp", "itunes.import.items"}) {
+    write_file("media/anna/a.mp3", "");
+    const std::pair<std::string, std::string> rows[] = {{"my.wpl", " --map /Users/anna=\"$PWD\""},
+                                                        {"itunes-import-temp", " --media=media"},
+                                                        {"itunes.import.items", " --media \"$PWD/media\""}};
+    for (const auto& [name, options] : rows) {
         SCOPED_TRACE(name);
         write_file(name, library + "</plist>");
-        EXPECT_EQ(night("-dbdir db -playlist-dir pl -itunes-lib " + name + " --map /Users/anna=\"$PWD\""),
-                  "0");
+        EXPECT_EQ(night("-dbdir db -playlist-dir pl -itunes-lib " + name + options), "0");
         const std::string file = read_file("pl/iTunes-playlist-One##M.wpl");
         EXPECT_NE(file.find("\"OrigFilename\" content=\"" + name + "\""), std::string::npos) << file;
         EXPECT_NE(file.find("/a.mp3\" />"), std::string::npos) << file;
@@ -321,6 +324,23 @@ TEST(Night, PreparesTheLibraryAndNamesTheUsersOwn) {
                     .starts_with("1: itunes-import-night: cut.xml: could not be prepared: cut.xml: line 1"));
     std::filesystem::remove("cut.xml");
     EXPECT_EQ(read_tree("."), before);
+}
+
+TEST(Night, ShowsAPageOfABadNightToo) {
+    const House house;
+    const auto page_holds = [](const std::string& text) {
+        return read_file("p.html").find(text) != std::string::npos;
+    };
+    EXPECT_EQ(night(), "0");
+    fs::remove("a.mp3");
+    EXPECT_TRUE(night(usual + "--page=p.html").starts_with("1: "));
+    EXPECT_TRUE(page_holds("<p class=\"bad\">l.xml: 2 records to come, less than 80 percent of the 3"));
+    EXPECT_TRUE(page_holds(">Tracks: 2 of 4 will arrive<"));
+    EXPECT_TRUE(page_holds(": 0 new, 1 gone<"));
+    EXPECT_EQ(night(usual + "--min-share 0 --page none/p.html"),
+              "1: " + said("none/p.html: the page can not be written: No such file or directory"));
+    EXPECT_EQ(night(usual + "--page p.html"), "0");
+    EXPECT_TRUE(page_holds(": 0 new, 0 gone<"));
 }
 
 TEST(Night, IsAskedInManyWays) {

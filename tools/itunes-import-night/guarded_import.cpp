@@ -57,7 +57,7 @@ private:
 } // namespace
 
 ImportResult run_guarded_import(const GuardedImport& import) {
-    TallyListener listener(import.library_path, {});
+    TallyListener listener(import.library_path, import.options);
     const ImportGuard guard(listener.observer(), import.end_where_ordered);
     FailedCalls::begin();
     UpnpFile* items = upnp_file_open_write(import.items_path.c_str());

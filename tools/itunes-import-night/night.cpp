@@ -16,7 +16,9 @@
 #include "common/upnp_text.h"
 #include "itunes/import_commit.h"
 #include "itunes/import_run.h"
+#include "tools/itunes-check/explanation.h"
 #include "tools/itunes-check/judgement.h"
+#include "tools/itunes-check/page.h"
 #include "tools/itunes-import-night/ending_signals.h"
 #include "tools/itunes-import-night/guarded_import.h"
 #include "tools/itunes-import-night/lock.h"
@@ -35,6 +37,7 @@ namespace {
 
 constexpr int exit_done = 0;
 constexpr int exit_failed = 1;
+constexpr char night_program[] = "itunes-import-night"; // as the page has it
 
 using std::to_string;
 
@@ -57,9 +60,11 @@ private:
     [[nodiscard]] bool verify();
     [[nodiscard]] bool publish_all();
     void tell() const;
+    [[nodiscard]] bool write_page();
 
     void end_where_ordered();
     [[nodiscard]] std::string playlist_path(const CheckedPlaylist& playlist) const;
+    [[nodiscard]] bool work();
 
     const NightRequest& request_;
     const std::string items_path_; // of the present items file
@@ -72,8 +77,12 @@ private:
     std::string source_path_;            // of the library that is read
     std::string new_items_path_;
     LibraryTally tally_;
+    bool is_read_ = false; // the tally holds what came of the library
     RecordDifference new_records_;
     RecordDifference gone_records_;
+    std::optional<LibraryPage> page_; // nothing where none was asked for
+    TrackExplanation explanation_;    // for the page
+    std::vector<FolderGroup> folders_;
 };
 
 /// Says why a night ends; false, for the caller to hand on.
@@ -164,6 +173,7 @@ bool Night::prepare() {
     preparation.input = request_.library_path;
     preparation.output = source_path_;
     preparation.maps = request_.maps;
+    preparation.media = request_.media_dir;
     const PrepareResult result = prepare_library(preparation);
     end_where_ordered();
     if (result.failure.empty()) {
@@ -178,9 +188,21 @@ bool Night::prepare() {
 }
 
 bool Night::import_library() {
+    ListenerOptions options;
+    if (!request_.page_path.empty()) {
+        // A damaged items file has nothing to compare with.
+        page_.emplace(present_.state == ItemsState::whole ? std::optional(items_path_) : std::nullopt);
+        options.on_track = [this](const TrackReport& report) {
+            page_->add_track(report);
+            explanation_.add_track(report);
+        };
+        options.on_playlist = [this](const PlaylistEvent& event) { page_->add_event(event); };
+    }
     ImportResult result =
-        run_guarded_import({source_path_, new_items_path_, [this] { end_where_ordered(); }});
+        run_guarded_import({source_path_, new_items_path_, options, [this] { end_where_ordered(); }});
     tally_ = std::move(result.tally);
+    folders_ = explanation_.finish_folders();
+    is_read_ = true;
     for (const std::string& reason : result.failures) {
         (void)fail(request_.library_path, "while it was imported, " + reason);
     }
@@ -269,6 +291,24 @@ void Night::tell() const {
     }
 }
 
+/// Writes the page that was asked for: what came of the library, below all that was said. The present items file is
+/// still that of last night.
+bool Night::write_page() {
+    if (request_.page_path.empty()) {
+        return true;
+    }
+    if (!page_) {
+        page_.emplace(std::nullopt);
+    }
+    const CheckedLibrary library = {request_.library_path, tally_, {}, {}, 0};
+    const std::optional<PresentItems> present;
+    const CheckSummary summary = {library, explanation_, folders_, present, nullptr};
+    const int error =
+        page_->write(request_.page_path, {night_program, is_read_ ? &summary : nullptr, night_said()});
+    return error == 0 ||
+           fail(request_.page_path, "the page can not be written: " + std::string(strerror(error)));
+}
+
 void Night::end_where_ordered() {
     const int number = ending_signal();
     if (number != 0) {
@@ -280,28 +320,36 @@ void Night::end_where_ordered() {
     }
 }
 
+/// All that happens before anything is published.
+bool Night::work() {
+    return look_at_library() && look_at_present_items() && make_workspaces() && prepare() &&
+           import_library() && judge() && verify();
+}
+
 int Night::run() {
     if (!take_paths() || !lock_database()) {
         return exit_failed;
     }
     log_.open(request_.log_path);
     log_.write("starting with (" + request_.library_path + ") (" + request_.database_dir + ")");
-    if (!look_at_library() || !look_at_present_items() || !make_workspaces() || !prepare() ||
-        !import_library() || !judge() || !verify()) {
-        say_night(request_.library_path, "was not imported; last night's files stay");
+    if (!work()) {
+        (void)fail(request_.library_path, "was not imported; last night's files stay");
+        (void)write_page();
         return exit_failed;
     }
+    const bool has_page = write_page(); // while there is last night's items file to compare with
     if (request_.is_verbose) {
         new_records_ = records_missing(new_items_path_, items_path_);
         gone_records_ = records_missing(items_path_, new_items_path_);
     }
     if (!publish_all()) {
+        (void)write_page();
         return exit_failed;
     }
     import_remove_library_temp_files(import_run.library_path);
     log_.write(request_.library_path + " imported");
     tell();
-    return log_.is_good() ? exit_done : exit_failed;
+    return has_page && log_.is_good() ? exit_done : exit_failed;
 }
 
 } // namespace

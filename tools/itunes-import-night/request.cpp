@@ -18,7 +18,8 @@ constexpr char program[] = "itunes-import-night";
 constexpr char usage_text[] =
     "usage: itunes-import-night -dbdir DIRECTORY -itunes-lib LIBRARY.xml\n"
     "           [-playlist-dir DIRECTORY] [-logfile FILE] [--min-share PERCENT]\n"
-    "           [--prepare] [--map FROM=TO]... [--verbose]\n"
+    "           [--prepare] [--map FROM=TO]... [--media DIR] [--page FILE.html]\n"
+    "           [--verbose]\n"
     "       itunes-import-night --help | --version\n"
     "Imports the library, looks at what came of it and moves it into place. Prints\n"
     "nothing when all goes well; otherwise last night's files stay.\n"
@@ -27,6 +28,9 @@ constexpr char usage_text[] =
     "                       those that are there (80)\n"
     "  --prepare            prepare the library first, as itunes-prepare does\n"
     "  --map FROM=TO        for the preparation, which it implies\n"
+    "  --media DIR          look through DIR for files that are not in their places;\n"
+    "                       implies the preparation\n"
+    "  --page FILE.html     write a page to look at, after a bad night too\n"
     "  --verbose            say in a good night, too, what arrived\n"
     "  --help               print this text\n"
     "  --version            print the version\n"
@@ -40,6 +44,8 @@ enum OptionCode : int {
     option_min_share,
     option_prepare,
     option_map,
+    option_media,
+    option_page,
     option_verbose,
     option_version,
 };
@@ -52,6 +58,8 @@ constexpr option known_options[] = {
     {"min-share", required_argument, nullptr, option_min_share},
     {"prepare", no_argument, nullptr, option_prepare},
     {"map", required_argument, nullptr, option_map},
+    {"media", required_argument, nullptr, option_media},
+    {"page", required_argument, nullptr, option_page},
     {"verbose", no_argument, nullptr, option_verbose},
     {"help", no_argument, nullptr, 'h'},
     {"version", no_argument, nullptr, option_version},
@@ -122,6 +130,11 @@ std::string take_option(NightRequest* request, int code, const char* value) {
         break;
     }
     case option_map: request->prepares = true; return add_map(value, &request->maps);
+    case option_media:
+        request->prepares = true;
+        request->media_dir = value;
+        break;
+    case option_page: request->page_path = value; break;
     case option_prepare: request->prepares = true; break;
     case option_verbose: request->is_verbose = true; break;
     default: break;

@@ -16,6 +16,8 @@ struct NightRequest {
     uint32_t min_share = 80;   // percent of the present records that have to come
     bool prepares = false;     // the library goes through the preparation first
     std::vector<PathMap> maps; // for the preparation
+    std::string media_dir;     // a folder that the preparation looks through; empty for none
+    std::string page_path;     // of a page to look at; empty for none
     bool is_verbose = false;   // a good night is told, too
 };
 
