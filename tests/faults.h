@@ -36,6 +36,7 @@ struct Progress {
 Progress* progress = nullptr; // while calls are counted
 int fault = no_fault;         // armed in children only
 long fault_number = 0;
+ssize_t failed_read = -1; // what a read that fails returns
 
 bool is_due(long number, int once, int onward) {
     return (fault == once && number == fault_number) || (fault == onward && number >= fault_number);
@@ -105,7 +106,7 @@ extern "C" int __wrap_fsync(int file) {
     }
     return call_fails() ? -1 : 0;
 }
-WRAP(ssize_t, (progress->hit_a_look = true, -1), read, (int file, void* to, size_t n), (file, to, n),
+WRAP(ssize_t, (progress->hit_a_look = true, failed_read), read, (int file, void* to, size_t n), (file, to, n),
      (void)0)
 WRAP(int64_t, ((distance != 0 ? progress->hit_a_step_back : progress->hit_a_look) = true, -1), LSEEK,
      (int file, int64_t distance, int from), (file, distance, from), (void)0)

@@ -115,6 +115,20 @@ bool is_whole(const Tree& tree, const Tree& whole) {
 
 } // namespace
 
+TEST(Torture, AReadThatStoresNothingShowsNothingOfTheLineBefore) {
+    const TempDir folder;
+    write_file("lines", "one\ntwo\n");
+    UpnpFile* file = upnp_file_open_read("lines");
+    char line[9] = {};
+    EXPECT_STREQ(upnp_file_read_line(line, 8, file), "one\n");
+    Progress counted = {};
+    progress = &counted, fault = calls_onward, failed_read = 8;
+    EXPECT_STREQ(upnp_file_read_line(line, 8, file), "");
+    EXPECT_EQ(file->position, 4 + 8);
+    progress = nullptr, fault = no_fault, failed_read = -1;
+    upnp_file_close(file);
+}
+
 TEST(Torture, WhatIsMissingIsToldAndNothingIsLost) {
     const TempDir folder;
     write_file("d/f", "12345");
@@ -138,6 +152,9 @@ TEST(Torture, WhatIsMissingIsToldAndNothingIsLost) {
               "TIME LOG_SYSTEM:upnp_file_open_write file open write error \"d/f\"\n");
     EXPECT_EQ(told(allocation_once, 1, [] { EXPECT_EQ(upnp_log_init("log"), 0); }),
               "upnp_log_init - out of memory ?\n");
+    EXPECT_EQ(told(allocation_once, 1,
+                   [] { EXPECT_EQ(db_object_createobject_set_numprop(nullptr, 31, 1), nullptr); }),
+              "TIME db_object_createobject_set_numprop - out of memory\n");
     const int64_t files = open_files();
     EXPECT_EQ(told(call_once, 2, [] { EXPECT_EQ(upnp_file_open_read("d/f"), nullptr); }),
               "TIME LOG_SYSTEM:file_stat error (errno=5, filename=d/f)\n");
