@@ -11,25 +11,25 @@
 namespace {
 
 struct PlaylistKeyRow {
-    PlaylistKey key;
     std::string_view literal;
+    PlaylistKey key;
     uint8_t elements;
 };
 
 // clang-format off
 constexpr PlaylistKeyRow playlist_keys[] = {
-    {PlaylistKey::name,                 "<key>Name</key>",                   library_element_string},
-    {PlaylistKey::playlist_id,          "<key>Playlist ID</key>",            library_element_integer},
-    {PlaylistKey::persistent_id,        "<key>Playlist Persistent ID</key>", library_element_string},
-    {PlaylistKey::parent_persistent_id, "<key>Parent Persistent ID</key>",   library_element_string},
-    {PlaylistKey::folder,               "<key>Folder</key><true/>",          library_element_true},
-    {PlaylistKey::invisible,            "<key>Visible</key><false/>",        library_element_false},
-    {PlaylistKey::distinguished_kind,   "<key>Distinguished Kind</key>",     library_element_any},
-    {PlaylistKey::podcasts,             "<key>Podcasts</key><true/>",        library_element_true},
-    {PlaylistKey::videos,               "<key>Videos</key><true/>",          library_element_true},
-    {PlaylistKey::smart_info,           "<key>Smart Info</key>",             library_element_any},
-    {PlaylistKey::items,                "<key>Playlist Items</key>",         library_element_any},
-    {PlaylistKey::track_id,             "<key>Track ID</key>",               library_element_integer},
+    {"<key>Name</key>",                    PlaylistKey::name,                  library_element_string},
+    {"<key>Playlist ID</key>",             PlaylistKey::playlist_id,           library_element_integer},
+    {"<key>Playlist Persistent ID</key>",  PlaylistKey::persistent_id,         library_element_string},
+    {"<key>Parent Persistent ID</key>",    PlaylistKey::parent_persistent_id,  library_element_string},
+    {"<key>Folder</key><true/>",           PlaylistKey::folder,                library_element_true},
+    {"<key>Visible</key><false/>",         PlaylistKey::invisible,             library_element_false},
+    {"<key>Distinguished Kind</key>",      PlaylistKey::distinguished_kind,    library_element_any},
+    {"<key>Podcasts</key><true/>",         PlaylistKey::podcasts,              library_element_true},
+    {"<key>Videos</key><true/>",           PlaylistKey::videos,                library_element_true},
+    {"<key>Smart Info</key>",              PlaylistKey::smart_info,            library_element_any},
+    {"<key>Playlist Items</key>",          PlaylistKey::items,                 library_element_any},
+    {"<key>Track ID</key>",                PlaylistKey::track_id,              library_element_integer},
 };
 // clang-format on
 constexpr size_t key_count = std::size(playlist_keys);
