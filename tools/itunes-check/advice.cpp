@@ -167,7 +167,7 @@ void append_repairs(std::string* lines, const CheckSummary& summary,
 /// The first folder on the way that this user may not enter; empty for none.
 std::string closed_folder(const std::string& path) {
     for (size_t slash = path.find('/', 1); slash != std::string::npos; slash = path.find('/', slash + 1)) {
-        const std::string folder = path.substr(0, slash);
+        std::string folder = path.substr(0, slash);
         struct stat status = {};
         if (stat(folder.c_str(), &status) != 0) {
             return {};
@@ -245,8 +245,8 @@ std::string what_to_do(const CheckSummary& summary) {
         lines = "  Export the library anew: it is damaged, and itunes-prepare refuses it.\n";
     } else {
         lines = summary.media == nullptr ? "" : media_advice(*summary.media, library_word(summary));
-        const bool is_all_found =
-            !lines.empty() && summary.media->search.found_count() == summary.media->search.wanted_count();
+        const bool is_all_found = summary.media != nullptr && !lines.empty() &&
+                                  summary.media->search.found_count() == summary.media->search.wanted_count();
         if (lines.empty() && (summary.is_misread() || summary.explanation.respelled() > 0)) {
             append_copy(&lines, summary);
         }
