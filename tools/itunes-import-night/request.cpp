@@ -152,6 +152,7 @@ int answer(const char* text) {
 std::optional<NightRequest> read_night_request(int argc, char** argv, int* exit_status) {
     std::vector<std::string> words = with_second_dash(argc, argv);
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (std::string& word : words) {
         arguments.push_back(word.data());
     }
@@ -170,7 +171,7 @@ std::optional<NightRequest> read_night_request(int argc, char** argv, int* exit_
         } else if (value != nullptr && is_forgotten(value, arguments[static_cast<size_t>(optind - 1)])) {
             fault = "option '" + spelling_of(code) + "' needs a value";
         } else {
-            fault = take_option(&request, code, value);
+            fault = take_option(&request, code, value == nullptr ? "" : value);
         }
     }
     if (fault.empty() && !options.operands().empty()) {

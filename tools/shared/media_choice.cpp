@@ -150,7 +150,7 @@ std::vector<uint32_t> Choice::rivals_of(uint32_t pair) const {
         }
     }
     std::ranges::sort(rivals);
-    rivals.erase(std::ranges::unique(rivals).begin(), rivals.end());
+    rivals.erase(std::unique(rivals.begin(), rivals.end()), rivals.end());
     return rivals;
 }
 

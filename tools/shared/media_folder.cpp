@@ -136,11 +136,11 @@ MediaFolder::Nodes MediaFolder::alike(uint32_t folder, uint32_t name) const {
         return {0, 0};
     }
     const auto first = nodes_.begin() + nodes_[folder].first;
-    const auto range =
-        std::ranges::equal_range(first, first + nodes_[folder].count, names_->folded(name), {},
-                                 [this](const Node& node) { return names_->folded(node.name); });
-    return {static_cast<uint32_t>(range.begin() - nodes_.begin()),
-            static_cast<uint32_t>(range.end() - nodes_.begin())};
+    const auto last = first + nodes_[folder].count;
+    const auto folded = [this](const Node& node) { return names_->folded(node.name); };
+    const auto begin = std::ranges::lower_bound(first, last, names_->folded(name), {}, folded);
+    const auto end = std::ranges::upper_bound(begin, last, names_->folded(name), {}, folded);
+    return {static_cast<uint32_t>(begin - nodes_.begin()), static_cast<uint32_t>(end - nodes_.begin())};
 }
 
 std::string MediaFolder::path(uint32_t node) const {
