@@ -186,7 +186,7 @@ int32_t upnp_file_write(UpnpFile* file, const void* bytes, uint32_t count) {
         log_failure(UpnpFileCall::write,
                     "LOG_SYSTEM:file_write error (errno=%d,filedescriptor=%d,bytestoread=%d) ", errno,
                     file->descriptor, static_cast<int32_t>(count));
-    } else if (written < ssize_t{count}) {
+    } else if (static_cast<uint32_t>(written) < count) {
         tell_failure(UpnpFileCall::write, 0);
     }
     return static_cast<int32_t>(written);

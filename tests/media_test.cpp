@@ -36,7 +36,7 @@ void expect_found(const MediaCase& row) {
     for (const LibraryFile& file : row.library) {
         media.add(file.path, file.size, file.is_there);
         if (!file.found.empty()) {
-            write_file("media/" + file.found, std::string(file.size, 'x'));
+            write_file("media/" + file.found, std::string(static_cast<size_t>(file.size), 'x'));
         }
     }
     for (const OtherFile& file : row.others) {

@@ -9,10 +9,10 @@ namespace {
 
 /// In front of each playlist in the file, which no other program reads.
 struct Sizes {
-    uint64_t head;
-    uint64_t tail;
-    uint64_t items;
-    uint64_t wants_videos;
+    size_t head;
+    size_t tail;
+    size_t items;
+    size_t wants_videos;
 };
 
 std::string_view bytes_of(const void* start, size_t size) {
