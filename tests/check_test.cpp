@@ -190,7 +190,7 @@ TEST_F(Check, ShowsFortyPlaylistsAndTheirNumber) {
 /// What comes behind "What to do".
 std::string advice(const std::string& library_text) {
     write_file("l.xml", library_text);
-    return run_line("'" TEST_CHECK_PROGRAM "' l.xml | sed '1,/^What to do/d'").out;
+    return run_line(TEST_EMULATOR " '" TEST_CHECK_PROGRAM "' l.xml | sed '1,/^What to do/d'").out;
 }
 
 TEST_F(Check, SaysWhatToDo) {
@@ -242,7 +242,7 @@ TEST_F(Check, SaysWhatToDo) {
 
 TEST_F(Check, FailsWithALine) {
     write_file("l.xml", library(at_path(1, "l.xml")));
-    const std::string usage = run_line("'" TEST_CHECK_PROGRAM "' -h").out;
+    const std::string usage = run_line(TEST_EMULATOR " '" TEST_CHECK_PROGRAM "' -h").out;
     const std::string share = "--min-share takes a whole number from 0 to 100, not ";
     const std::string no_scratch = "can not make a directory below TMPDIR: ";
     const std::string lost_output = "can not write standard output: ";

@@ -70,7 +70,8 @@ TEST(Night, LeavesWhatAnImportLeavesAndLogsWhatItLogs) {
             const std::string arguments = "-dbdir db -playlist-dir " + playlist_dir +
                                           " -itunes-lib lib/l.xml -logfile logs/" +
                                           (is_night ? "log" : "log");
-            EXPECT_EQ(is_night ? night(arguments) : run_line("'" TEST_PROGRAM "' " + arguments).err,
+            EXPECT_EQ(is_night ? night(arguments)
+                               : run_line(TEST_EMULATOR " '" TEST_PROGRAM "' " + arguments).err,
                       is_night ? "0" : note);
             fs::remove("db/itunes-import-temp");
             trees[is_night] = read_tree(".");

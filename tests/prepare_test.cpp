@@ -171,6 +171,9 @@ TEST(WaitingPlaylists, AreNotReadFromAFileThatIsTooShort) {
 }
 
 TEST_F(Prepare, PathsArriveUnderTheSpellingOfTheDiskAndWhatDoesNotArriveIsTold) {
+    if (is_emulated) {
+        GTEST_SKIP() << "the emulator lists another root directory";
+    }
     write_file("new/Caf\u00e9/a.mp3", "");
     const std::string long_name = text("Name", std::string(992, 'n'));
     const std::vector<std::string> tracks = {

@@ -97,6 +97,9 @@ inline RunResult run_program(const std::string& program, const std::vector<std::
     return run_line(line);
 }
 
+/// Whether programs run in qemu, which lists a root directory of its own to them.
+inline const bool is_emulated = std::string(TEST_EMULATOR).starts_with("qemu");
+
 /// Runs the built itunes-import.
 inline RunResult run_import(const std::vector<std::string>& arguments) {
     return run_program(TEST_PROGRAM, arguments);
