@@ -1,4 +1,5 @@
 #pragma once
+// NOLINTBEGIN(misc-definitions-in-headers): each of the two test programs that include it is one source.
 // Faults for whole runs of a program inside a test: one system call or allocation fails, or all from one on, or the
 // run is killed at one. The linker sends the program's calls through the wrappers below (see tests/CMakeLists.txt),
 // so the program itself holds no hooks. For one source of a test program, which defines what calls the program
@@ -148,3 +149,4 @@ extern "C" int __wrap_sched_yield() {
 extern "C" const char* __asan_default_options() {
     return "quarantine_size_mb=1";
 }
+// NOLINTEND(misc-definitions-in-headers)
