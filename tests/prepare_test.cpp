@@ -27,7 +27,7 @@ protected:
         write_file("library.xml", library);
         write_file("db/made", "");
         EXPECT_EQ(run_import({"-dbdir", "db", "-itunes-lib", "library.xml"}).status, 0);
-        const Tree tree = read_tree("db");
+        Tree tree = read_tree("db");
         std::filesystem::remove_all("db");
         return tree;
     }
@@ -64,6 +64,7 @@ std::string library_of(const std::vector<std::string>& tracks, const std::vector
 }
 std::string plays(const std::vector<std::string>& track_ids) {
     std::vector<std::string> items;
+    items.reserve(track_ids.size());
     for (const std::string& number : track_ids) {
         items.push_back(integer("Track ID", number));
     }
