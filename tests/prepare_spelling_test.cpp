@@ -1,9 +1,6 @@
-// Other spellings of paths: which are alike, which one is taken, and that no folder makes the search slow.
+// Other spellings of paths: which are alike, and which one is taken.
 
 #include "tests/support.h"
-
-#include <chrono>
-#include <sys/stat.h>
 
 #include "tools/shared/spelling_search.h"
 
@@ -86,23 +83,4 @@ TEST(SpellingSearch, SaysHowMuchOfAPathExists) {
     }
     write_file("z/a", "");
     EXPECT_EQ(search.existing_length("z/a"), 0U); // what was not there is not asked for again
-}
-
-TEST(SpellingSearch, IsLinearInTheNamesOfAFolder) {
-    const TempDir folder;
-    for (int number = 0; number < 10'000; ++number) { // "abcdefghijklmnop" in all its cases
-        std::string name = "abcdefghijklmnop";
-        for (size_t bit = 0; bit < name.size(); ++bit) {
-            name[bit] = static_cast<char>(name[bit] - (number >> bit & 1) * ('a' - 'A'));
-        }
-        ASSERT_GE(mknod(name.c_str(), S_IFREG | 0644, 0), 0);
-    }
-    write_file("Other", "");
-    SpellingSearch search(spelling_any);
-    const clock_t start = clock();
-    for (int number = 0; number < 1000; ++number) {
-        EXPECT_EQ(search.find("ABCDEFGHIJKLMNOP").found, ""); // too many
-    }
-    EXPECT_EQ(search.find("oTHER").found, "Other");
-    EXPECT_LT(clock() - start, 2 * CLOCKS_PER_SEC); // many times what it takes
 }
