@@ -3,14 +3,16 @@
 
     generate_library.py tracks COUNT [PLAYLISTS] DIRECTORY
     generate_library.py chain BYTES DIRECTORY
+    generate_library.py alike COUNT DIRECTORY
 
 DIRECTORY/iTunes Music Library.xml    the library
-DIRECTORY/media/ARTIST/ALBUM/...      an empty file for every tenth track; the others are missing
+DIRECTORY/media/ARTIST/ALBUM/...      an empty file for every tenth track; the others are missing (but see `alike`)
 DIRECTORY/locations                   the path of each track in order, each ended by a NUL, for `floor`
 
 `tracks` gives 25 keys and about 1.35 kB a track (playlist items included) and rising ids. 20 playlists and
 folders, or as many as asked for, hold every track once, in shuffled order. `chain` gives one track and at least
-BYTES of folders, each inside the one before and each holding the track.
+BYTES of folders, each inside the one before and each holding the track. `alike` gives COUNT files (60,000 at most)
+in one folder whose names differ in case only, and as many tracks that name none of them, but names like theirs.
 
 The same arguments give the same bytes on every machine, but for the absolute path of DIRECTORY in locations.
 """
@@ -167,6 +169,37 @@ def tracks(random, directory):
             ))
 
 
+def alike_name(number):
+    """The same 16 letters for every number below 65,536, each time in other cases."""
+    return "".join(chr(code - 32 * (number >> bit & 1)) for bit, code in enumerate(b"abcdefghijklmnop"))
+
+
+def alike_tracks(directory, count):
+    """Makes the files, then yields what `tracks` yields."""
+    folder = directory / "media"
+    folder.mkdir(exist_ok=True)
+    for number in range(count):
+        (folder / alike_name(number)).touch()
+    for number in range(count):
+        path = f"{folder}/{alike_name(65_535 - number % 5_000)}"
+        yield path, "".join((
+            f"\t\t<key>{number + 1}</key>\n\t\t<dict>\n",
+            integer("Track ID", number + 1),
+            string("Name", f"Song {number}"),
+            string("Track Type", "File"),
+            f"\t\t\t<key>Location</key><string>{file_url(path)}</string>\n\t\t</dict>\n",
+        ))
+
+
+def with_some_files(rows):
+    """Makes the file of every tenth track."""
+    for index, (path, text) in enumerate(rows):
+        if index % EXISTING_FILE_STEP == 0:
+            Path(path).parent.mkdir(parents=True, exist_ok=True)
+            Path(path).touch()
+        yield path, text
+
+
 def playlist(index, name, is_folder, parent, playlist_id, ids):
     """Name, ids, flags, items: the order in which iTunes exports a library."""
     item = "\t\t\t\t<dict>\n\t\t\t\t\t<key>Track ID</key><integer>%d</integer>\n\t\t\t\t</dict>\n"
@@ -209,18 +242,15 @@ def folder_chain(size):
             return
 
 
-def write_library(directory, count, random, playlist_texts):
+def write_library(directory, rows, playlist_texts):
     with (
         open(directory / "iTunes Music Library.xml", "w", encoding="utf-8", newline="\n") as library,
         open(directory / "locations", "w", encoding="utf-8") as locations,
     ):
         library.write(HEAD % file_url(f"{directory}/media/"))
-        for index, (path, text) in enumerate(itertools.islice(tracks(random, directory), count)):
+        for path, text in rows:
             library.write(text)
             locations.write(path + "\0")
-            if index % EXISTING_FILE_STEP == 0:
-                Path(path).parent.mkdir(parents=True, exist_ok=True)
-                Path(path).touch()
         library.write(BETWEEN)
         library.writelines(playlist_texts)
         library.write(FOOT)
@@ -228,16 +258,20 @@ def write_library(directory, count, random, playlist_texts):
 
 def main():
     kind, *numbers, directory = sys.argv[1:] if len(sys.argv) > 3 else ("", "")
-    if kind not in ("tracks", "chain") or not all(map(str.isdecimal, numbers)):
+    if kind not in ("tracks", "chain", "alike") or not all(map(str.isdecimal, numbers)):
         sys.exit(__doc__)
-    directory = Path(directory)
+    directory = Path(directory).resolve()
     directory.mkdir(parents=True, exist_ok=True)
     random = Random(SEED)
+    size, playlist_count = map(int, [*numbers, len(PLAYLISTS)][:2])
+    if kind == "alike":
+        write_library(directory, alike_tracks(directory, size), [])
+        return
+    rows = with_some_files(tracks(random, directory))
     if kind == "chain":
-        write_library(directory.resolve(), 1, random, folder_chain(int(numbers[0])))
+        write_library(directory, itertools.islice(rows, 1), folder_chain(size))
     else:
-        count, playlist_count = map(int, [*numbers, len(PLAYLISTS)][:2])
-        write_library(directory.resolve(), count, random, playlists(random, count, playlist_count))
+        write_library(directory, itertools.islice(rows, size), playlists(random, size, playlist_count))
 
 
 if __name__ == "__main__":

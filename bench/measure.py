@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Measures the import beside its floor and beside a Python script that does its job; prints a Markdown table.
+"""Measures the import beside its floor and beside a Python script that does its job, and its companions beside the
+import; prints a Markdown table.
 
     measure.py BUILD DATA ROUNDS
 
@@ -25,10 +26,13 @@ EMPTY, TRACED, SMALL, MEDIUM, LARGE = (("tracks", str(count)) for count in (0, 5
 SIZES = (SMALL, MEDIUM, LARGE)
 MANY_PLAYLISTS = ("tracks", "500", "100")
 CHAINS = tuple(("chain", str(size)) for size in (100_000, 500_000, 2_000_000))
+ALIKE = ("alike", "60000")
 START_RUNS = 300
 
 CPU, WALL = 0, 1  # the columns of a sample
 TOOL, FLOOR, PLISTLIB, TRUE = "itunes-import", "floor", "plistlib", "true"
+PREPARE, CHECK, NIGHT = "itunes-prepare", "itunes-check", "itunes-import-night"
+COMPANIONS = ((PREPARE, 0.25), (CHECK, 1.5), (NIGHT, 1.15))  # with their parts of the import's CPU time
 FLUSHED, UNFLUSHED = "flushed", "unflushed"  # the tool, its flushes counted, and left out
 STATUS_QUERIES = ("stat", "lstat", "fstat", "newfstatat")
 
@@ -60,6 +64,9 @@ class Bench:
             TOOL: tool,
             FLOOR: [str(self.build / "bench" / "floor"), library, database],
             PLISTLIB: [sys.executable, str(Path(__file__).with_name("import_plistlib.py")), library, database],
+            PREPARE: [str(self.build / PREPARE), library, str(Path(database, "prepared.xml"))],
+            CHECK: [str(self.build / CHECK), library],
+            NIGHT: [str(self.build / NIGHT), *tool[1:]],
             TRUE: [shutil.which("true")],
             FLUSHED: flushes + tool,
             UNFLUSHED: flushes + ["-e", "inject=fsync:retval=0"] + tool,
@@ -75,12 +82,12 @@ class Bench:
         run = self.in_fresh_database(lambda database: timed(self.command(program, library, database)), disk)
         self.samples.setdefault((program, library), []).append(run)
 
-    def peak_memory(self, library):
-        """Returns the tool's peak resident size in bytes. GNU time starts it: a program counts as large as the
+    def peak_memory(self, program, library):
+        """Returns the program's peak resident size in bytes. GNU time starts it: a program counts as large as the
         process that it is forked from, and Python is larger than the tool."""
         report = Path(self.scratch, "peak")
         start = ["time", "-f", "%M", "-o", str(report)]
-        self.in_fresh_database(lambda database: check(start + self.command(TOOL, library, database)))
+        self.in_fresh_database(lambda database: check(start + self.command(program, library, database)))
         return int(report.read_text()) * 1024
 
     def system_calls(self, program, library):
@@ -102,9 +109,9 @@ class Bench:
     def median(self, program, library, column):
         return statistics.median(sample[column] for sample in self.samples[program, library])
 
-    def ratio(self, other, library, column):
-        """The tool against another program: the median of the rounds' ratios, with the least and the greatest."""
-        pairs = zip(self.samples[TOOL, library], self.samples[other, library])
+    def ratio(self, program, other, library, column):
+        """One program against another: the median of the rounds' ratios, with the least and the greatest."""
+        pairs = zip(self.samples[program, library], self.samples[other, library])
         ratios = [ours[column] / theirs[column] for ours, theirs in pairs]
         return f"{statistics.median(ratios):.2f} ({min(ratios):.2f} to {max(ratios):.2f})"
 
@@ -137,7 +144,9 @@ def run_round(bench, number):
     """One run of everything; the order turns around from round to round."""
     plan = [
         *((program, library) for library in SIZES for program in (TOOL, FLOOR, PLISTLIB)),
+        *((program, library) for library in (MEDIUM, LARGE) for program, _ in COMPANIONS),
         *((TOOL, library) for library in CHAINS),
+        (PREPARE, ALIKE),
         *((program, MANY_PLAYLISTS) for program in (FLUSHED, UNFLUSHED)),
     ]
     for program, library in plan if number % 2 == 0 else reversed(plan):
@@ -156,7 +165,7 @@ def time_rows(bench):
     ):
         name = f"{'CPU' if column == CPU else 'Wall'} time, {int(library[1]):,} tracks"
         ours, theirs = (seconds(bench.median(program, library, column)) for program in (TOOL, other))
-        yield name, ours, f"{other} {theirs}", bench.ratio(other, library, column), wanted
+        yield name, ours, f"{other} {theirs}", bench.ratio(TOOL, other, library, column), wanted
     ours, theirs = (bench.median(program, EMPTY, WALL) for program in (TOOL, TRUE))
     ratio = f"{ours / theirs:.2f}"
     yield "Wall time of an empty import, in memory", seconds(ours), f"true {seconds(theirs)}", ratio, "at most 1.5"
@@ -172,12 +181,25 @@ def growth_rows(bench):
 
 
 def memory_rows(bench):
-    start = bench.peak_memory(EMPTY)
+    start = bench.peak_memory(TOOL, EMPTY)
     for library in (MEDIUM, LARGE):
         tracks = int(library[1])
-        size = (bench.peak_memory(library) - start) / tracks
+        size = (bench.peak_memory(TOOL, library) - start) / tracks
         name = f"Peak memory a track, {tracks:,} tracks, beyond the start's {start / 1e6:.1f} MB"
         yield name, f"{size:.0f} bytes", "", "", "at most 220 bytes"
+
+
+def companion_rows(bench):
+    for library in (MEDIUM, LARGE):
+        for program, part in COMPANIONS:
+            name = f"CPU time of {program}, {int(library[1]):,} tracks"
+            ours, theirs = (seconds(bench.median(one, library, CPU)) for one in (TOOL, program))
+            yield name, ours, theirs, bench.ratio(program, TOOL, library, CPU), f"at most {part}"
+    sizes = (f"{program} {bench.peak_memory(program, LARGE) / 1e6:.0f} MB" for program, _ in COMPANIONS)
+    ours = f"{bench.peak_memory(TOOL, LARGE) / 1e6:.0f} MB"
+    yield f"Peak memory, {int(LARGE[1]):,} tracks", ours, ", ".join(sizes), "", "prepare 32 MB, check 40 MB"
+    name = f"CPU time of {PREPARE}, {int(ALIKE[1]):,} files whose names differ in case only"
+    yield name, "", seconds(bench.median(PREPARE, ALIKE, CPU)), "", "below 1 s"
 
 
 def flush_rows(bench):
@@ -245,7 +267,7 @@ def main():
         progress("starts, memory, system calls")
         for program in (TRUE, TOOL) * START_RUNS:
             bench.sample(program, EMPTY)
-        groups = (time_rows, growth_rows, memory_rows, flush_rows, system_call_rows, binary_rows)
+        groups = (time_rows, growth_rows, memory_rows, companion_rows, flush_rows, system_call_rows, binary_rows)
         rows = [row for group in groups for row in group(bench)]
     print_table(rows, rounds)
 
