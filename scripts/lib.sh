@@ -5,6 +5,7 @@
 unset CDPATH # with it, cd may go elsewhere, and prints where it went
 project=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 cd "$project" || exit 1
+export CTEST_PARALLEL_LEVEL=${CTEST_PARALLEL_LEVEL-$(nproc)} # each test works in a folder of its own
 
 # print_help: the comment at the head of the script that runs.
 print_help() {
