@@ -17,8 +17,6 @@ install(CODE "
 foreach(program itunes-import itunes-items itunes-check itunes-prepare itunes-import-night)
   if(TARGET ${program})
     install(TARGETS ${program} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-  elseif(EXISTS ${CMAKE_SOURCE_DIR}/tools/${program}/${program})
-    install(PROGRAMS tools/${program}/${program} DESTINATION ${CMAKE_INSTALL_BINDIR})
   endif()
 endforeach()
 

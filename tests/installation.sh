@@ -20,7 +20,6 @@ closed=$(find "$prefix" ! -perm -444 -o -type d ! -perm -555)
 
 version=$(grep -om1 '^## [0-9.]*' "$source/CHANGELOG.md" | cut -c4-)
 for program in "$prefix"/bin/itunes-*; do
-  [[ $(head -c 2 "$program") != "#!" ]] || continue
   # The import knows no option for it.
   [[ $program == */itunes-import || $("$program" --version) == "${program##*/} $version" ]] || fail "$program: version"
 done

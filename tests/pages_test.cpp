@@ -28,10 +28,7 @@ std::string usage_text(const std::string& program) {
     if (program == "itunes-import") { // prints it where it fails, and keeps quiet about one
         return read_file(source_path("tests/golden/usage.txt")) + " -init";
     }
-    const std::string built = std::filesystem::path(TEST_PROGRAM).replace_filename(program);
-    return std::filesystem::exists(built)
-               ? run_program(built, {"--help"}).out
-               : run_line(source_path("tools/" + program + "/" + program) + " --help").out;
+    return run_program(std::filesystem::path(TEST_PROGRAM).replace_filename(program), {"--help"}).out;
 }
 
 /// The flags in those lines of a manual page that begin so: the words behind Fl up to the next macro.
@@ -74,11 +71,8 @@ std::string completed_by_zsh() {
 } // namespace
 
 TEST(Pages, NameTheOptionsOfTheUsage) {
-    std::vector<std::string> programs = {"itunes-import", "itunes-items"};
-    if (!std::string(TEST_CHECK_PROGRAM).empty()) {
-        programs.insert(programs.end(), {"itunes-check", "itunes-prepare", "itunes-import-night"});
-    }
-    for (const std::string& program : programs) {
+    for (const std::string program :
+         {"itunes-import", "itunes-items", "itunes-check", "itunes-prepare", "itunes-import-night"}) {
         SCOPED_TRACE(program);
         const std::vector<std::string> words = words_of(usage_text(program));
         const std::string options = listed({words.begin(), words.end()});
