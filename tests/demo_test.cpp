@@ -2,7 +2,7 @@
 
 #include "tests/support.h"
 
-#include <filesystem>
+#include "itunes/library_key.h"
 
 namespace fs = std::filesystem;
 
@@ -38,6 +38,7 @@ TEST(LayOut, MovesEachFileBelowItsFolder) {
         {"file://localhost//nas/m/a.mp3", media + "m/a.mp3", "m/a.mp3"},
         {"file:/%23a+b%2541&#38;.mp3", media + "%23a b%2541%26.mp3", "#a b%41&.mp3"},
         {"file:/pieces/", media + "pieces", "pieces/"},
+        {"file:/a&#321;b&#66", media + "aAbB", "aAbB"},
         {"file:/a (lost).mp3", media + "a %28lost%29.mp3", ""},
         {"file:", "", ""},
         {"file:/" + std::string(1015, 'x') + ".mp3", "", ""},
@@ -54,11 +55,23 @@ TEST(LayOut, MovesEachFileBelowItsFolder) {
 }
 
 TEST(LayOut, KeepsWhatTheImportReadsAsNoPath) {
-    const std::string stream = "<key>Track Type</key><string>URL</string>\n" + location_line("http://host/");
-    const std::string behind_a_key = "<key>Album</key>" + location_line("http://host/a");
+    const std::string is_stream = "<key>Track Type</key><string>URL</string>";
+    const std::string address = location_line("http://host/a");
+    const std::string moved = location_line("file://localhostmedia/a");
     const std::string pieces = "<key>Location</key>" + std::string(1100, 'x') + "<string>file:/a</string>\n";
-    expect_laid_out(stream, stream, "");
-    expect_laid_out(behind_a_key, behind_a_key, "");
+    expect_laid_out(is_stream + "\n" + address, is_stream + "\n" + address, "");
+    for (const std::string& no_stream : {"<string>x</string>" + is_stream, is_stream + "<key>Name</key>",
+                                         is_stream + "\n<key>Track ID</key>"}) {
+        expect_laid_out(no_stream + "\n" + address, no_stream + "\n" + moved, "a");
+    }
+    for (const LibraryKey& key : itunes_track_keys()) { // which the import looks for before
+        if (key.name != "Location" && (key.elements & (library_element_string | library_element_date)) != 0) {
+            const std::string behind_it = "<key>" + std::string(key.name) + "</key>" + address;
+            expect_laid_out(behind_it, behind_it, "");
+        }
+    }
+    expect_laid_out("<key>Location</key>\n<string>file:/a</string>\n",
+                    "<key>Location</key>\n<string>file://localhostmedia/a</string>\n", "a");
     expect_laid_out(pieces, pieces.substr(0, 1024) + "\n" + pieces.substr(1024), "");
     expect_laid_out(std::string("<a>\0<b>\n", 8), "<a>\n", "");
 }
@@ -79,15 +92,18 @@ TEST(LayOut, RefusesWhatItWouldSpoil) {
     std::filesystem::create_directories("linked/library");
     std::filesystem::create_hard_link("library.xml", "linked/library/iTunes Music Library.xml");
     write_file("media_file/media", "");
+    write_file("library_file/library", "");
     const Tree before = read_tree(".");
     const std::pair<const char*, std::string> rows[] = {
         {"library.xml kept", "lay-out: kept/library/iTunes Music Library.xml: File exists\n"},
         {"library.xml linked", "lay-out: linked/library/iTunes Music Library.xml: File exists\n"},
         {"library.xml media_file", "lay-out: media_file/media is in the way: File exists\n"},
+        {"library.xml library_file", "lay-out: library_file/library is in the way: File exists\n"},
         {"none.xml new", "lay-out: none.xml: No such file or directory\n"},
         {"kept new", "lay-out: kept: Is a directory\n"},
         {"library.xml", "Usage: scripts/lay-out LIBRARY.xml FOLDER [MISSING]\n"},
         {"--other new", "Usage: scripts/lay-out LIBRARY.xml FOLDER [MISSING]\n"},
+        {"library.xml new 3 4", "Usage: scripts/lay-out LIBRARY.xml FOLDER [MISSING]\n"},
     };
     for (const auto& [arguments, message] : rows) {
         const RunResult run = lay_out(arguments);

@@ -5,14 +5,15 @@
 // so the program itself holds no hooks. For one source of a test program, which defines what calls the program
 // makes beside these with WRAP.
 
+#include "tests/support.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
-#include <cstdint>
-#include <cstring>
 #include <dirent.h>
+#include <fcntl.h>
 #include <pthread.h>
-#include <sys/types.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 extern "C" int64_t __real_lseek64(int file, int64_t distance, int from);
@@ -34,6 +35,8 @@ struct Progress {
     long unsynced_at_commit; // files, when the items file was replaced
     long syncs_since_commit;
 };
+Progress* const shared = static_cast<Progress*>(
+    mmap(nullptr, sizeof(Progress), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
 Progress* progress = nullptr; // while calls are counted
 int fault = no_fault;         // armed in children only
 long fault_number = 0;
@@ -55,6 +58,58 @@ bool call_fails() {
     const bool fails = is_due(progress->calls, call_once, calls_onward);
     errno = fails ? EIO : errno;
     return fails;
+}
+
+/// What an earlier run left, files of others, and this library with a track's files.
+const std::string old_items = ">>>>\n14003Old\n";
+const std::string old_playlist = "an older playlist\n";
+const std::string items_file = "db/itunes.import.items";
+const std::string top = "playlists/iTunes-playlist-Top##M.wpl";
+void lay_out(const std::string& library) {
+    write_file("lib/l.xml", library);
+    for (const char* path :
+         {"lib/iT1.tmp", "lib/other.tmp", "media/one.mp3", "media/two.mp3", "media/three.mp3"}) {
+        write_file(path, "");
+    }
+    write_file(items_file, old_items);
+    write_file("db/other", "not ours");
+    write_file("playlists/mine.wpl", "not ours");
+    write_file(top, old_playlist);
+}
+
+/// Runs a program on that in a child, with a fault armed and further arguments; what it says on standard error goes
+/// to the file `said`. Returns the wait status.
+int run_with(int kind, long number, const char* said, int (*program)(int, char**),
+             std::vector<const char*> arguments) {
+    *shared = {};
+    const pid_t child = fork();
+    if (child == 0) {
+        alarm(60); // a run that hangs is killed
+        dup2(open("/dev/null", O_WRONLY), STDOUT_FILENO);
+        dup2(open(said, O_WRONLY | O_CREAT, 0644), STDERR_FILENO);
+        arguments.insert(arguments.begin(), {"program", "-dbdir", "db", "-playlist-dir", "playlists",
+                                             "-itunes-lib", "lib/l.xml", "-logfile", "log/log"});
+        arguments.push_back(nullptr);
+        auto** words = const_cast<char**>(arguments.data());
+        const int count = static_cast<int>(arguments.size()) - 1;
+        progress = shared;
+        fault = kind;
+        fault_number = number;
+        const int status = program(count, words);
+        fault = no_fault;
+        progress->left_in_use = upnp_mem_in_use();
+        _exit(status);
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    return status;
+}
+
+/// How often a fault of this kind could have struck in the last run.
+long chances(int kind) {
+    return kind == a_short_write                                   ? shared->writes
+           : kind == allocation_once || kind == allocations_onward ? shared->allocations
+                                                                   : shared->calls;
 }
 
 /// Notes that a file, and no pipe, is written, synced or closed.

@@ -4,12 +4,8 @@
 #include "tests/faults.h"
 #include "tests/import_fixture.h"
 
-#include <fcntl.h>
 #include <new>
-#include <sys/mman.h>
-#include <sys/wait.h>
 
-#include "common/upnp_memory.h"
 #include "tools/itunes-import-night/night.h"
 
 // What a night calls beside what an import does.
@@ -45,45 +41,11 @@ WRAP(char*, nullptr, mkdtemp, (char* path), (path), (void)0)
 
 namespace {
 
-const std::string items = "db/itunes.import.items";
 const std::string workspace = ".itunes-import-night-";
 
-void lay_out() {
-    fixture::lay_out(fixture::track(1, "media/one.mp3") + fixture::track(2, "media/two.mp3"),
-                     fixture::playlist("Top", "p", {1, 2}) + "</plist>\n");
-    write_file("lib/l.xml", read_file("l.xml"));
-    for (const char* path : {"lib/iT1.tmp", "lib/other.tmp", "media/one.mp3", "media/two.mp3"}) {
-        write_file(path, "");
-    }
-    write_file(items, ">>>>\n14003Old\n");
-    write_file("db/other", "not ours");
-    write_file("pl/mine.wpl", "not ours");
-    write_file("pl/iTunes-playlist-Top##M.wpl", "an older playlist\n");
-}
-
-/// Runs a night in a child with a fault armed; what it says goes to "said". Returns the wait status.
-int night_with(int kind, long number, Progress* shared) {
-    *shared = {};
-    const pid_t child = fork();
-    if (child == 0) {
-        alarm(60); // a night that hangs is killed
-        (void)!freopen("/dev/null", "w", stdout);
-        dup2(open("said", O_WRONLY | O_CREAT, 0644), STDERR_FILENO);
-        const char* words[] = {"night",       "-dbdir",    "db",       "-playlist-dir", "pl",
-                               "-itunes-lib", "lib/l.xml", "-logfile", "log/night.log", "--verbose"};
-        char* arguments[std::size(words) + 1] = {};
-        std::ranges::transform(words, arguments, [](const char* word) { return const_cast<char*>(word); });
-        progress = shared;
-        fault = kind;
-        fault_number = number;
-        const int status = itunes_import_night_main(std::size(words), arguments);
-        fault = no_fault;
-        progress->left_in_use = upnp_mem_in_use();
-        _exit(status);
-    }
-    int status = 0;
-    waitpid(child, &status, 0);
-    return status;
+/// Runs a night with a fault armed; what it says goes to "said".
+int night_with(int kind, long number) {
+    return run_with(kind, number, "said", itunes_import_night_main, {"--verbose"});
 }
 
 /// The tree without what may differ: the log, what was said, and the workspaces that a fault has kept from removal.
@@ -117,33 +79,31 @@ void check_each_file(const Tree& before, const Tree& after, const Tree& whole) {
 } // namespace
 
 TEST(NightTorture, EachFileIsLastNightsOrTheNewOne) {
-    auto* shared = static_cast<Progress*>(
-        mmap(nullptr, sizeof(Progress), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+    const std::string library = fixture::track(1, "media/one.mp3") + fixture::track(2, "media/two.mp3") +
+                                "<key>Playlists</key>\n" + fixture::playlist("Top", "p", {1, 2}) +
+                                "</plist>\n";
     Tree whole;
     {
         const TempDir folder;
-        lay_out();
-        ASSERT_EQ(night_with(no_fault, 0, shared), 0) << read_file("said");
+        lay_out(library);
+        ASSERT_EQ(night_with(no_fault, 0), 0) << read_file("said");
         EXPECT_EQ(shared->left_in_use, 0);
         EXPECT_EQ(shared->unsynced_at_commit, 1) << "only the log has not reached the disk by then";
         EXPECT_EQ(shared->syncs_since_commit, 2) << "both directories";
         EXPECT_FALSE(has_workspace());
         whole = results();
-        ASSERT_EQ(split(whole[items], '>').size(), 2 * 4 + 1U);
-        ASSERT_NE(whole["pl/iTunes-playlist-Top##M.wpl"], "an older playlist\n");
+        ASSERT_EQ(split(whole[items_file], '>').size(), 2 * 4 + 1U);
+        ASSERT_NE(whole[top], old_playlist);
     }
     for (const int kind :
          {call_once, calls_onward, a_short_write, allocation_once, allocations_onward, a_kill}) {
-        const bool counts_calls = kind != allocation_once && kind != allocations_onward;
         for (long number = 1;; ++number) {
             SCOPED_TRACE(std::to_string(kind) + " at " + std::to_string(number));
             const TempDir folder;
-            lay_out();
+            lay_out(library);
             const Tree before = results();
-            const int status = night_with(kind, number, shared);
-            if ((kind == a_short_write ? shared->writes
-                 : counts_calls        ? shared->calls
-                                       : shared->allocations) < number) {
+            const int status = night_with(kind, number);
+            if (chances(kind) < number) {
                 break;
             }
             const std::string said = read_file("said");
@@ -161,12 +121,11 @@ TEST(NightTorture, EachFileIsLastNightsOrTheNewOne) {
                 EXPECT_EQ(after, good) << said;
             }
             if (kind == a_kill || kind == calls_onward) { // the next night repairs the rest
-                EXPECT_EQ(night_with(no_fault, 0, shared), 0) << read_file("said");
+                EXPECT_EQ(night_with(no_fault, 0), 0) << read_file("said");
                 EXPECT_EQ(results(), whole);
                 EXPECT_FALSE(has_workspace());
             }
             ASSERT_FALSE(HasFailure()) << said;
         }
     }
-    munmap(shared, sizeof(Progress));
 }
