@@ -114,8 +114,8 @@ bool is_map_wanted(const FolderGroup& group) {
     return group.existing == 0 && is_rooted && folder != "/";
 }
 
-/// The beginnings of which nothing is there, those with the most tracks first; none where every missing file was
-/// found under another spelling.
+/// The beginnings of which nothing is there, those with the most tracks first; none where every missing file
+/// was found under another spelling.
 std::vector<AbsentBeginning> absent_beginnings(const CheckSummary& summary) {
     std::vector<AbsentBeginning> beginnings;
     if (summary.explanation.respelled() == summary.tally().tracks_of(TrackOutcome::missing)) {
@@ -132,8 +132,8 @@ std::vector<AbsentBeginning> absent_beginnings(const CheckSummary& summary) {
     return beginnings;
 }
 
-/// Appends the ways to let a beginning's paths meet their files. A link does as much as a prepared copy only where
-/// nothing else is to be mended.
+/// Appends the ways to let a beginning's paths meet their files. A link does as much as a prepared copy only
+/// where nothing else is to be mended.
 void append_repair(std::string* lines, const CheckSummary& summary, const AbsentBeginning& beginning) {
     const std::string folder = escaped(beginning.folder);
     if (beginning.is_there) {

@@ -152,8 +152,8 @@ void check_library(Check* check, const std::string& directory) {
     library.main_lists = count_unlisted_main(meaning, library.tally);
 }
 
-/// Looks for files that are not in their places, where that was asked for. False where the folder can not be read,
-/// which is then said.
+/// Looks for files that are not in their places, where that was asked for. False where the folder can not be
+/// read, which is then said.
 bool look_for_media(Check* check) {
     if (!check->request.media_path) {
         return true;

@@ -1,6 +1,6 @@
 #pragma once
-// Why tracks will not arrive, for people: a few examples, the folders that their paths lie in, and files that are
-// there under another spelling. Its size does not depend on the number of tracks.
+// Why tracks will not arrive, for people: a few examples, the folders that their paths lie in, and files that
+// are there under another spelling. Its size does not depend on the number of tracks.
 
 #include <array>
 #include <cstdint>
@@ -32,8 +32,8 @@ public:
     [[nodiscard]] const std::vector<TrackExample>& examples(TrackOutcome outcome) const {
         return examples_[static_cast<size_t>(outcome)];
     }
-    /// Missing files that are there under another spelling, with the first few, and those that were not looked for
-    /// any more.
+    /// Missing files that are there under another spelling, with the first few, and those that were not
+    /// looked for any more.
     [[nodiscard]] uint32_t respelled() const { return respelled_; }
     [[nodiscard]] const std::vector<TrackExample>& respelled_examples() const { return respelled_examples_; }
     [[nodiscard]] uint32_t spelling_unknown() const { return spelling_unknown_; }

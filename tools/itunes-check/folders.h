@@ -1,6 +1,6 @@
 #pragma once
-// Which folders the paths of a library begin with, and how many files of each are there. The table is small whatever
-// the library holds: as many leading folders tell two groups apart as it has room for.
+// Which folders the paths of a library begin with, and how many files of each are there. The table is small
+// whatever the library holds: as many leading folders tell two groups apart as it has room for.
 
 #include <cstddef>
 #include <cstdint>
@@ -22,8 +22,8 @@ public:
     /// Counts a file's path.
     void add(std::string_view path, bool exists);
 
-    /// Merges groups until there are few enough to be shown, and returns them, the most tracks first. More than
-    /// folder_group_shown stay where they have no folder in common.
+    /// Merges groups until there are few enough to be shown, and returns them, the most tracks first. More
+    /// than folder_group_shown stay where they have no folder in common.
     [[nodiscard]] std::vector<FolderGroup> finish();
 
 private:

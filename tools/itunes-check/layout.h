@@ -1,6 +1,6 @@
 #pragma once
-// How the lines of a library are laid out. The import reads no XML: it takes a key with its value from one line,
-// as iTunes writes them, and what stands otherwise is lost to it.
+// How the lines of a library are laid out. The import reads no XML: it takes a key with its value from one
+// line, as iTunes writes them, and what stands otherwise is lost to it.
 
 #include <cstdint>
 #include <string>

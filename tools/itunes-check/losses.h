@@ -1,6 +1,6 @@
 #pragma once
-// What an import reads otherwise than the library means it: the library as a property list beside what the import has
-// told. Nobody else says so, since the import takes what its lines seem to say.
+// What an import reads otherwise than the library means it: the library as a property list beside what the
+// import has told. Nobody else says so, since the import takes what its lines seem to say.
 
 #include <cstdint>
 #include <string>
@@ -28,9 +28,10 @@ struct LibraryLoss {
     std::vector<std::string> examples; // the first few, as the library means them
 };
 
-/// All that is lost, in the order of the kinds; nothing of playlists or tracks where those that were heard are not
-/// those that the library has: then its layout is another, which says more.
+/// All that is lost, in the order of the kinds; nothing of playlists or tracks where those that were heard
+/// are not those that the library has: then its layout is another, which says more.
 [[nodiscard]] std::vector<LibraryLoss> find_losses(const LibraryMeaning& meaning, const LibraryTally& tally);
 
-/// How many of the playlists that are not listed are the library's list of all tracks; 0 where that is not known.
+/// How many of the playlists that are not listed are the library's list of all tracks; 0 where that is not
+/// known.
 [[nodiscard]] size_t count_unlisted_main(const LibraryMeaning& meaning, const LibraryTally& tally);

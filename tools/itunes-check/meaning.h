@@ -1,6 +1,6 @@
 #pragma once
-// What a library says of its playlists and track ids as the property list that it is, whatever layout its lines have:
-// what would arrive if nothing were lost on the way.
+// What a library says of its playlists and track ids as the property list that it is, whatever layout its
+// lines have: what would arrive if nothing were lost on the way.
 
 #include <cstdint>
 #include <string>
@@ -25,7 +25,8 @@ struct MeantPlaylist {
     [[nodiscard]] bool is_left_out() const { return is_built_in || is_smart || is_hidden; }
 };
 
-/// What an import has told of the tracks in their order: track_title_number for one that becomes a record, else 0.
+/// What an import has told of the tracks in their order: track_title_number for one that becomes a record,
+/// else 0.
 using HeardTitles = std::vector<uint64_t>;
 
 /// The number for a track's title, by which it can be known again; never 0.

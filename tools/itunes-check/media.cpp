@@ -22,7 +22,8 @@ int find_media(const std::string& library_path, CheckedMedia* media, std::string
         return errno;
     }
     Places places({}, PlaceSearch::spellings);
-    // A property list that is damaged is told by itunes-prepare; here the tracks in front of the damage count.
+    // A property list that is damaged is told by itunes-prepare; here the tracks in front of the damage
+    // count.
     (void)add_library_files(library.number(), &places, &media->search);
     *path = media->folder;
     const int error = media->search.look_through(media->folder);

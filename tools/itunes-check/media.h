@@ -1,5 +1,6 @@
 #pragma once
-// What --media found of a library's files: the maps that lead to them, as advice for people and as rows for programs.
+// What --media found of a library's files: the maps that lead to them, as advice for people and as rows for
+// programs.
 
 #include <string>
 
@@ -10,12 +11,12 @@ struct CheckedMedia {
     MediaSearch search;
 };
 
-/// Looks below the folder for the library's files that are not in their places, as itunes-prepare does. Returns 0, or
-/// the error's number, with what can not be read in `path`.
+/// Looks below the folder for the library's files that are not in their places, as itunes-prepare does.
+/// Returns 0, or the error's number, with what can not be read in `path`.
 [[nodiscard]] int find_media(const std::string& library_path, CheckedMedia* media, std::string* path);
 
-/// One itunes-prepare command that leads to what was found, as lines; empty where nothing was. `library` is the
-/// library's path as a word of the shell.
+/// One itunes-prepare command that leads to what was found, as lines; empty where nothing was. `library` is
+/// the library's path as a word of the shell.
 [[nodiscard]] std::string media_advice(const CheckedMedia& media, const std::string& library);
 
 /// One line, or one JSON object, a map.

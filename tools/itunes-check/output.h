@@ -1,5 +1,6 @@
 #pragma once
-// What itunes-check prints on standard output: lines for programs, objects for programs, a summary for people.
+// What itunes-check prints on standard output: lines for programs, objects for programs, a summary for
+// people.
 
 #include <optional>
 #include <string>

@@ -1,7 +1,7 @@
 #pragma once
-// A page for those who would rather look than read: how much of a library arrives and why the rest does not, every
-// track that will not, every playlist with its entries. It is one file that needs nothing else, can be read without
-// its script, and holds whatever a library says as text.
+// A page for those who would rather look than read: how much of a library arrives and why the rest does not,
+// every track that will not, every playlist with its entries. It is one file that needs nothing else, can be
+// read without its script, and holds whatever a library says as text.
 //
 //     LibraryPage page(items_path);
 //     ... page.add_track(report), page.add_event(event) while the import reads ...
@@ -32,8 +32,8 @@ public:
     void add_track(const TrackReport& report);
     void add_event(const PlaylistEvent& event);
 
-    /// Writes the page, whole or not at all; returns 0 or the error's number. The present items file has to be as it
-    /// was.
+    /// Writes the page, whole or not at all; returns 0 or the error's number. The present items file has to
+    /// be as it was.
     [[nodiscard]] int write(const std::string& path, const PageContents& contents) const;
 
 private:

@@ -1,6 +1,7 @@
 #pragma once
-// What is the same on every page: its style; its script, which filters the tracks, also by a word in the address of
-// the page (page.html#search=WORD); and the policy that allows these two, by their SHA-256, and nothing else.
+// What is the same on every page: its style; its script, which filters the tracks, also by a word in the
+// address of the page (page.html#search=WORD); and the policy that allows these two, by their SHA-256, and
+// nothing else.
 
 #include <string_view>
 

@@ -87,8 +87,8 @@ void PlaylistListener::add_event(const PlaylistEvent& event) {
     }
 }
 
-/// Notes why a playlist gets no file: the first key says it, a name only where no key does, and behind the first
-/// item or the end of the dictionary nothing says it any more.
+/// Notes why a playlist gets no file: the first key says it, a name only where no key does, and behind the
+/// first item or the end of the dictionary nothing says it any more.
 void PlaylistListener::exclude(CheckedOutcome outcome) {
     CheckedPlaylist& playlist = playlists_.back();
     const bool is_undecided = playlist.outcome == CheckedOutcome::reserved_name ||

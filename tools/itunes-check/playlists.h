@@ -1,6 +1,6 @@
 #pragma once
-// The playlists of a library as an import tells of them, in the library's order. What becomes of one is known when
-// all are there: a later playlist of the same file name replaces an earlier one's file.
+// The playlists of a library as an import tells of them, in the library's order. What becomes of one is known
+// when all are there: a later playlist of the same file name replaces an earlier one's file.
 
 #include <cstdint>
 #include <string>

@@ -1,6 +1,6 @@
 #pragma once
-// How far the reading of a library is, in percent of the time that it takes: the first pass, which looks at lines
-// only, about 40.
+// How far the reading of a library is, in percent of the time that it takes: the first pass, which looks at
+// lines only, about 40.
 
 #include <cstddef>
 #include <cstdint>

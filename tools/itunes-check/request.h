@@ -23,6 +23,6 @@ struct CheckRequest {
 /// Takes a whole number of percent from 0 to 100, of at most three digits; nothing for any other text.
 [[nodiscard]] std::optional<uint32_t> parse_min_share(const char* text);
 
-/// Reads the command line. Without a result the program ends with `exit_status`: the help or the version was printed,
-/// or wrong usage was said.
+/// Reads the command line. Without a result the program ends with `exit_status`: the help or the version was
+/// printed, or wrong usage was said.
 [[nodiscard]] std::optional<CheckRequest> read_check_request(int argc, char** argv, int* exit_status);

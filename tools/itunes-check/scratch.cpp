@@ -27,8 +27,8 @@ void remove_files(const std::string& directory) {
     }
 }
 
-/// Removes the scratch directory. An import makes one directory in it, which holds files alone; nothing is followed,
-/// and nothing deeper or above is ever entered.
+/// Removes the scratch directory. An import makes one directory in it, which holds files alone; nothing is
+/// followed, and nothing deeper or above is ever entered.
 void remove_scratch(const std::string& directory) {
     DirectoryStream entries(directory.c_str());
     while (const dirent* entry = entries.next()) {

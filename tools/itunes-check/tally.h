@@ -1,6 +1,7 @@
 #pragma once
-// What came out of the reading of a library: what becomes of its tracks and playlists, and whether the library is
-// whole and in the layout that the import reads. A listener gathers it while the import's own code reads:
+// What came out of the reading of a library: what becomes of its tracks and playlists, and whether the
+// library is whole and in the layout that the import reads. A listener gathers it while the import's own code
+// reads:
 //
 //     TallyListener listener(library_path, {});
 //     import_observer = &listener.observer();
@@ -8,7 +9,8 @@
 //     import_observer = nullptr;
 //     const LibraryTally tally = listener.finish(import_run.temp_dir);
 //
-// Its size grows with the playlists, not with the tracks. Without memory it throws std::bad_alloc, through the import.
+// Its size grows with the playlists, not with the tracks. Without memory it throws std::bad_alloc, through
+// the import.
 
 #include <array>
 #include <cstdint>
@@ -59,8 +61,8 @@ public:
 
     [[nodiscard]] const ImportObserver& observer() const { return observer_; }
 
-    /// What came out. Call it once, after the import, while the playlists' files are in `workspace`, where signs
-    /// are wanted.
+    /// What came out. Call it once, after the import, while the playlists' files are in `workspace`, where
+    /// signs are wanted.
     [[nodiscard]] LibraryTally finish(const std::string& workspace);
 
 private:

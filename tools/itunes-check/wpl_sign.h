@@ -1,7 +1,7 @@
 #pragma once
-// Whether a playlist file is well-formed XML. The import writes names and paths as they are, and strict players
-// refuse a file that is not. A parser decides; the signs by which a person can find the reason are looked for in the
-// values that were written.
+// Whether a playlist file is well-formed XML. The import writes names and paths as they are, and strict
+// players refuse a file that is not. A parser decides; the signs by which a person can find the reason are
+// looked for in the values that were written.
 
 #include <cstdint>
 #include <string>
@@ -20,8 +20,8 @@ enum class WplSign : uint8_t {
 /// Whether the file at `path` is a well-formed document; not so one that can not be read.
 [[nodiscard]] bool wpl_is_well_formed(const std::string& path);
 
-/// The sign of a value that is no well-formed XML where the import writes it: a path stands in an attribute, a title
-/// is the text of an element. None for one that is.
+/// The sign of a value that is no well-formed XML where the import writes it: a path stands in an attribute,
+/// a title is the text of an element. None for one that is.
 [[nodiscard]] WplSign wpl_path_sign(const char* path);
 [[nodiscard]] WplSign wpl_title_sign(const char* title);
 

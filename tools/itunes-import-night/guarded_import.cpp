@@ -10,7 +10,8 @@
 
 namespace {
 
-/// Stands between the import and the listener: the import knows no exceptions, and is where signals are looked at.
+/// Stands between the import and the listener: the import knows no exceptions, and is where signals are
+/// looked at.
 class ImportGuard {
 public:
     ImportGuard(const ImportObserver& listener, const std::function<void()>& end_where_ordered)

@@ -128,8 +128,8 @@ bool Night::look_at_library() {
     return access(path.c_str(), R_OK) == 0 || fail(path, strerror(errno));
 }
 
-/// The records that the new ones are compared with. A file that is damaged or holds something else is no reason to
-/// keep it, but one that can not be read may be whole.
+/// The records that the new ones are compared with. A file that is damaged or holds something else is no
+/// reason to keep it, but one that can not be read may be whole.
 bool Night::look_at_present_items() {
     present_ = count_items(items_path_);
     return present_.state != ItemsState::unreadable || fail(items_path_, present_.fault_text);
@@ -257,8 +257,8 @@ bool Night::verify() {
     return is_whole;
 }
 
-/// Puts all files in their places. The workspaces go before the directories are flushed, so that a power cut does not
-/// bring them back either.
+/// Puts all files in their places. The workspaces go before the directories are flushed, so that a power cut
+/// does not bring them back either.
 bool Night::publish_all() {
     std::vector<FileMove> moves = {{new_items_path_, items_path_}};
     for (const CheckedPlaylist& playlist : tally_.playlists) {
@@ -291,8 +291,8 @@ void Night::tell() const {
     }
 }
 
-/// Writes the page that was asked for: what came of the library, below all that was said. The present items file is
-/// still that of last night.
+/// Writes the page that was asked for: what came of the library, below all that was said. The present items
+/// file is still that of last night.
 bool Night::write_page() {
     if (request_.page_path.empty()) {
         return true;

@@ -12,8 +12,8 @@
 
 namespace {
 
-/// Whether the file can be opened for writing, its directories made; else errno says why. Asked first, since the
-/// logger says it in its own way. A FIFO nobody reads would keep the night waiting.
+/// Whether the file can be opened for writing, its directories made; else errno says why. Asked first, since
+/// the logger says it in its own way. A FIFO nobody reads would keep the night waiting.
 bool can_be_written(const std::string& path) {
     const size_t separator = path.rfind('/');
     if (separator != std::string::npos) {

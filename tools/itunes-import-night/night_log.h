@@ -10,8 +10,8 @@ public:
     NightLog(const NightLog&) = delete;
     NightLog& operator=(const NightLog&) = delete;
 
-    /// Opens the file as an import does; nothing is logged where there is none. What the logger has to say of its own
-    /// troubles goes nowhere from then on: standard output leads to /dev/null.
+    /// Opens the file as an import does; nothing is logged where there is none. What the logger has to say of
+    /// its own troubles goes nowhere from then on: standard output leads to /dev/null.
     void open(const std::string& path);
 
     /// Writes a line, if there is a log.

@@ -1,6 +1,6 @@
 #pragma once
-// Which records of an items file are not in another one, told apart by the files that they stand for. Sixteen bytes
-// of memory a record, however long its path is.
+// Which records of an items file are not in another one, told apart by the files that they stand for. Sixteen
+// bytes of memory a record, however long its path is.
 
 #include <cstdint>
 #include <string>
@@ -11,7 +11,8 @@ struct RecordDifference {
     std::vector<std::string> examples; // a few of the paths
 };
 
-/// The records of the items file at `path` that the one at `other_path` has not. What can not be read has none.
+/// The records of the items file at `path` that the one at `other_path` has not. What can not be read has
+/// none.
 [[nodiscard]] RecordDifference records_missing(const std::string& path, const std::string& other_path);
 
 /// The difference for people: "2 (/music/a.mp3, /music/b.mp3)", escaped.

@@ -66,8 +66,8 @@ struct PlaylistContents {
     int error = 0;
 };
 
-/// Reads a playlist's file block by block. The marks of a block are counted with the last bytes of the one before
-/// it, too few to hold a whole mark, in front.
+/// Reads a playlist's file block by block. The marks of a block are counted with the last bytes of the one
+/// before it, too few to hold a whole mark, in front.
 PlaylistContents read_playlist(int descriptor, const std::string& header, const std::string& mark,
                                size_t footer_length) {
     PlaylistContents contents;

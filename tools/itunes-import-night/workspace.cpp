@@ -48,8 +48,8 @@ bool is_own_directory(const std::string& path) {
     return lstat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == geteuid();
 }
 
-/// Removes a workspace, the mark last: what a kill leaves of it is known again. Asks for no memory of its own, since
-/// it runs where memory was short, too.
+/// Removes a workspace, the mark last: what a kill leaves of it is known again. Asks for no memory of its
+/// own, since it runs where memory was short, too.
 void remove_workspace(const char* path, int directory) {
     DirectoryStream entries(path);
     while (const dirent* entry = entries.next()) {
@@ -63,8 +63,8 @@ void remove_workspace(const char* path, int directory) {
     }
 }
 
-/// Removes what a killed run left under this path, if that is what is there. Without anything inside, as a run leaves
-/// it that is killed before it makes the mark, the name will do.
+/// Removes what a killed run left under this path, if that is what is there. Without anything inside, as a
+/// run leaves it that is killed before it makes the mark, the name will do.
 void remove_leftover(const std::string& path) {
     if (!is_own_directory(path)) {
         return;

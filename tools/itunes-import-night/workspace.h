@@ -6,9 +6,9 @@
 //     NightWorkspace workspace;
 //     if (workspace.make(directory) != 0) ...
 //
-// What a killed run left is known by all of this: the name, a directory that is a directory and this user's own,
-// a mark inside, and a lock that nobody holds. What is removed has the shape of what a night makes, file by file;
-// anything else stays, and the directory with it. No link is followed.
+// What a killed run left is known by all of this: the name, a directory that is a directory and this user's
+// own, a mark inside, and a lock that nobody holds. What is removed has the shape of what a night makes, file
+// by file; anything else stays, and the directory with it. No link is followed.
 
 #include <string>
 #include <string_view>

@@ -13,8 +13,8 @@ public:
     /// Counts a record; null is one without properties.
     void add(const MediaObject* object);
 
-    /// A line a class, "12 object.item", in the order in which they first occurred; the records of all further
-    /// classes as "(other classes)"; at last the number of all records: "14 records".
+    /// A line a class, "12 object.item", in the order in which they first occurred; the records of all
+    /// further classes as "(other classes)"; at last the number of all records: "14 records".
     [[nodiscard]] std::string text() const;
 
 private:

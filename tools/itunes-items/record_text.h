@@ -6,10 +6,10 @@
 
 #include "server/common/upnp_database.h"
 
-/// A line a property, "dc:title: Blue", its value escaped; "(no properties)" for a null object. Every line ends
-/// in a line feed.
+/// A line a property, "dc:title: Blue", its value escaped; "(no properties)" for a null object. Every line
+/// ends in a line feed.
 [[nodiscard]] std::string record_text(const MediaObject* object);
 
-/// A JSON object on one line, without a line feed; {} for a null object. Its keys stand as they first occur. A
-/// property that occurs more than once, or a name that two properties share, has an array.
+/// A JSON object on one line, without a line feed; {} for a null object. Its keys stand as they first occur.
+/// A property that occurs more than once, or a name that two properties share, has an array.
 [[nodiscard]] std::string record_json(const MediaObject* object);

@@ -14,9 +14,8 @@
 
 namespace {
 
-constexpr size_t line_limit =
-    itunes_line_size;              // bytes with the line feed: what the import takes in one piece
-constexpr size_t date_limit = 127; // characters; a date has 20
+constexpr size_t line_limit = itunes_line_size; // bytes, a line feed too, that the import takes in one piece
+constexpr size_t date_limit = 127;              // characters; a date has 20
 constexpr std::string_view indentation = "\t\t\t";
 
 /// Makes a line with an element that holds a text.

@@ -1,6 +1,6 @@
 #pragma once
-// Lines of a prepared library, and whether the import reads from them what they are to say: its own functions do
-// that.
+// Lines of a prepared library, and whether the import reads from them what they are to say: its own functions
+// do that.
 
 #include <cstdint>
 #include <initializer_list>
@@ -17,9 +17,9 @@ enum class LineReading : uint8_t {
     too_long, // nothing
 };
 
-/// Makes the line of a key with a string, whose text is given as it stands there, from the clearest form of it to
-/// the shortest: with the first that the import takes in one piece, or else with the last. The import is to read
-/// `value` from it.
+/// Makes the line of a key with a string, whose text is given as it stands there, from the clearest form of
+/// it to the shortest: with the first that the import takes in one piece, or else with the last. The import
+/// is to read `value` from it.
 [[nodiscard]] LineReading make_string_line(std::string* line, std::string_view key,
                                            std::initializer_list<std::string_view> forms,
                                            std::string_view value);

@@ -1,6 +1,6 @@
 #pragma once
-// Writes a library as it is read: its head and its tracks at once, and so its playlists once the tracks are there;
-// playlists that come before them wait in a file.
+// Writes a library as it is read: its head and its tracks at once, and so its playlists once the tracks are
+// there; playlists that come before them wait in a file.
 
 #include <string>
 

@@ -1,5 +1,5 @@
-// itunes-prepare: writes an iTunes library anew in the layout that itunes-import reads, with the paths of this
-// machine.
+// itunes-prepare: writes an iTunes library anew in the layout that itunes-import reads, with the paths of
+// this machine.
 
 #include <csignal>
 #include <cstdio>

@@ -73,8 +73,8 @@ const PreparedPlaylist& PlaylistMaker::end() {
     add_string("Name", name);
     add_number("Playlist ID");
     add_string("Playlist Persistent ID", new_id());
-    if (!name.empty() &&
-        !value("Parent Persistent ID").empty()) { // a nameless one would be titled as its folder is
+    // A nameless one would be titled as its folder is.
+    if (!name.empty() && !value("Parent Persistent ID").empty()) {
         add_string("Parent Persistent ID", value("Parent Persistent ID"));
     }
     // The folder first: what hides or skips the playlist itself keeps no folder out of titles.

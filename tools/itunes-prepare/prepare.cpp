@@ -82,8 +82,8 @@ private:
         input_ = Descriptor(request_.input == "-" ? fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0)
                                                   : open(request_.input.c_str(), O_RDONLY | O_CLOEXEC));
         char none = 0;
-        if (!input_.is_open() ||
-            read(input_.number(), &none, 0) != 0) { // a directory opens, but does not read
+        // A directory opens, but does not read.
+        if (!input_.is_open() || read(input_.number(), &none, 0) != 0) {
             result_.failure = "can not open " + escaped(request_.input) + ": " + reason(errno);
             return false;
         }

@@ -1,6 +1,7 @@
 #pragma once
-// The preparation of a library: written anew in the layout that the import reads, with the paths of this machine. It
-// touches neither the process's signal handlers nor its working directory, so that another program can call it.
+// The preparation of a library: written anew in the layout that the import reads, with the paths of this
+// machine. It touches neither the process's signal handlers nor its working directory, so that another
+// program can call it.
 //
 //     PrepareRequest request = {.input = "iTunes Music Library.xml", .output = "prepared.xml"};
 //     const PrepareResult result = prepare_library(request);
@@ -24,12 +25,12 @@ struct PrepareRequest {
 };
 
 struct PrepareResult {
-    std::string
-        failure{}; // why there is no prepared library, escaped, without a line feed; empty where there is one
-    std::string report{}; // lines to print; empty for none
+    std::string failure{}; // why there is no prepared library, escaped; empty where there is one
+    std::string report{};  // lines to print; empty for none
     PrepareReport counts{};
 };
 
-/// Reads the whole input and writes the output: a file beside its place, renamed once it is complete; a stream once
-/// all has been read. After a failure the output is as it was, unless writing to a stream itself failed.
+/// Reads the whole input and writes the output: a file beside its place, renamed once it is complete; a
+/// stream once all has been read. After a failure the output is as it was, unless writing to a stream itself
+/// failed.
 [[nodiscard]] PrepareResult prepare_library(const PrepareRequest& request);

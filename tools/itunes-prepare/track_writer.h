@@ -66,7 +66,7 @@ private:
     bool is_protected_ = false;
 };
 
-/// The row of a key in a table of the import; null for a key that it does not read, and for an element that it does
-/// not take the value from.
+/// The row of a key in a table of the import; null for a key that it does not read, and for an element that
+/// it does not take the value from.
 [[nodiscard]] const LibraryKey* library_key_row(std::span<const LibraryKey> rows, std::string_view key,
                                                 PlistElement element);

@@ -11,7 +11,8 @@ public:
     BufferedWriter& operator=(const BufferedWriter&) = delete;
 
     void write(std::string_view text);
-    /// Writes what is still kept. Returns the number of the first error, 0 for none; what is not flushed is lost.
+    /// Writes what is still kept. Returns the number of the first error, 0 for none; what is not flushed is
+    /// lost.
     [[nodiscard]] int flush();
     [[nodiscard]] int error() const { return error_; }
 

@@ -1,6 +1,6 @@
 #pragma once
-// The options of a companion's command line: getopt_long, which keeps quiet here so that what is wrong is said
-// with its values escaped.
+// The options of a companion's command line: getopt_long, which keeps quiet here so that what is wrong is
+// said with its values escaped.
 //
 //     constexpr option known_options[] = {{"help", no_argument, nullptr, 'h'},
 //                                         {"items", required_argument, nullptr, option_items}, {}};
@@ -24,8 +24,8 @@ public:
     static constexpr int end = -1;
     static constexpr int wrong = '?';
 
-    /// Texts and rows have to outlive the object; `long_names` ends in an empty row. The order of `argv` changes
-    /// as getopt_long changes it. One object at a time: getopt_long has one state.
+    /// Texts and rows have to outlive the object; `long_names` ends in an empty row. The order of `argv`
+    /// changes as getopt_long changes it. One object at a time: getopt_long has one state.
     CommandOptions(int argc, char** argv, const char* short_names, const option* long_names);
 
     /// The number of the next option, `end` behind the last one, or `wrong`.
@@ -50,6 +50,6 @@ private:
     std::string fault_;
 };
 
-/// Says on standard error what is wrong, as a line of `program`, then the usage, and returns the exit status of
-/// wrong usage: 2. Values in `fault` are escaped already.
+/// Says on standard error what is wrong, as a line of `program`, then the usage, and returns the exit status
+/// of wrong usage: 2. Values in `fault` are escaped already.
 int wrong_usage(const char* program, const std::string& fault, const char* usage_text);

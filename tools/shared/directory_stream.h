@@ -13,7 +13,8 @@
 class DirectoryStream {
 public:
     explicit DirectoryStream(const char* path) : stream_(opendir(path)), error_(stream_ ? 0 : errno) {}
-    /// Reads the directory behind a descriptor, which becomes the stream's own; -1 with errno for one that failed.
+    /// Reads the directory behind a descriptor, which becomes the stream's own; -1 with errno for one that
+    /// failed.
     explicit DirectoryStream(int directory)
         : stream_(directory < 0 ? nullptr : fdopendir(directory)), error_(stream_ ? 0 : errno) {
         if (stream_ == nullptr && directory >= 0) {

@@ -1,6 +1,6 @@
 #pragma once
-// Texts as they count where spellings are compared: accents composed or not, upper or lower case. Bytes that are
-// no UTF-8 stand for themselves.
+// Texts as they count where spellings are compared: accents composed or not, upper or lower case. Bytes that
+// are no UTF-8 stand for themselves.
 
 #include <cstdint>
 #include <string>

@@ -41,8 +41,8 @@ public:
     [[nodiscard]] ItemsFault fault() const { return fault_; }
     /// The errno of a failed read, else 0.
     [[nodiscard]] int error() const { return error_; }
-    /// The fault in words that go behind "PROGRAM: FILE: ": "not an items file", "damaged at byte 15: ...", where
-    /// bytes count from 0, or the system's reason. Empty without a fault.
+    /// The fault in words that go behind "PROGRAM: FILE: ": "not an items file", "damaged at byte 15: ...",
+    /// where bytes count from 0, or the system's reason. Empty without a fault.
     [[nodiscard]] std::string fault_text() const;
     /// Where the next record begins in the file, or the first byte of the damage.
     [[nodiscard]] uint64_t offset() const { return offset_ + start_; }

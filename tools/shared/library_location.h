@@ -1,13 +1,13 @@
 #pragma once
-// Locations of a library's tracks and the paths in them: "/...", "C:/..." or, on a share, "//HOST/...". Paths are
-// bytes.
+// Locations of a library's tracks and the paths in them: "/...", "C:/..." or, on a share, "//HOST/...". Paths
+// are bytes.
 
 #include <optional>
 #include <string>
 #include <string_view>
 
-/// The path in a file URL, or in a bare path; none in anything else, such as the address of a stream. No path ends
-/// with a slash but "/", and a byte of 0 stands in it as "%00".
+/// The path in a file URL, or in a bare path; none in anything else, such as the address of a stream. No path
+/// ends with a slash but "/", and a byte of 0 stands in it as "%00".
 [[nodiscard]] std::optional<std::string> path_of_location(std::string_view location);
 
 /// Whether the path begins with a drive letter.
@@ -23,5 +23,6 @@ enum class LocationForm {
     short_prefix, // and "file:" in front; not for a path that holds "localhost", which the import skips over
 };
 
-/// Appends a location, as it stands in a line, which the import converts to just this path, "/..." or "C:/...".
+/// Appends a location, as it stands in a line, which the import converts to just this path, "/..." or
+/// "C:/...".
 void append_location(std::string* line, std::string_view path, LocationForm form);

@@ -1,9 +1,9 @@
 #pragma once
 // The paths of a library's files as one tree, in which each folder and file is a node of a few bytes.
 //
-// Node 0 stands above all. Below it are the places where paths begin: "/", drives as "C:", and hosts as "//HOST".
-// Below a drive or a host, paths that differ in case are one; below "/", only those that differ in the
-// composition of accents are.
+// Node 0 stands above all. Below it are the places where paths begin: "/", drives as "C:", and hosts as
+// "//HOST". Below a drive or a host, paths that differ in case are one; below "/", only those that differ in
+// the composition of accents are.
 
 #include <cstdint>
 #include <string>
@@ -20,8 +20,8 @@ public:
     /// The names go to `names`, borrowed.
     explicit LibraryPaths(NameTable* names);
 
-    /// Adds a path: "/...", "C:/..." or "//HOST/...". Returns its node; `none` for any other text, for a place
-    /// where paths begin, and for a path with ".." in it or one that no system takes.
+    /// Adds a path: "/...", "C:/..." or "//HOST/...". Returns its node; `none` for any other text, for a
+    /// place where paths begin, and for a path with ".." in it or one that no system takes.
     uint32_t add(std::string_view path);
 
     /// Returns the node of a path; `none` for one that was not added.

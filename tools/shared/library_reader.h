@@ -1,5 +1,6 @@
 #pragma once
-// A library as the property list that it is: what it says of tracks and playlists, whatever layout its lines have.
+// A library as the property list that it is: what it says of tracks and playlists, whatever layout its lines
+// have.
 
 #include <cstdint>
 #include <optional>
@@ -8,8 +9,8 @@
 
 #include "tools/shared/property_list.h"
 
-/// Hears what a library holds, in its order. Values are those that are no containers, each with the element that
-/// it came in; a key may come twice. Texts are borrowed for the call. All functions do nothing here.
+/// Hears what a library holds, in its order. Values are those that are no containers, each with the element
+/// that it came in; a key may come twice. Texts are borrowed for the call. All functions do nothing here.
 class LibraryListener {
 public:
     LibraryListener() = default;
@@ -36,12 +37,13 @@ public:
     [[nodiscard]] virtual bool is_done() const { return false; }
 };
 
-/// Reads a library to its end. Damage (property_list.h) are also: a root that is not one dictionary, a second list of
-/// tracks or of playlists, and no list of tracks.
+/// Reads a library to its end. Damage (property_list.h) are also: a root that is not one dictionary, a second
+/// list of tracks or of playlists, and no list of tracks.
 [[nodiscard]] PropertyListResult read_library(int descriptor, LibraryListener* listener);
 
-/// Puts an integer's text, as the import reads it, into `number`: digits as they stand, else decimal, from up to 19
-/// digits with blanks and a sign around them or 16 hexadecimal ones behind "0x". False where the text is none.
+/// Puts an integer's text, as the import reads it, into `number`: digits as they stand, else decimal, from up
+/// to 19 digits with blanks and a sign around them or 16 hexadecimal ones behind "0x". False where the text
+/// is none.
 [[nodiscard]] bool library_integer(std::string_view text, std::string* number);
 
 /// The id of a track in such a text; none where it is no number of 32 bits.

@@ -6,8 +6,8 @@ namespace {
 
 constexpr size_t candidates_limit = 8; // of a file: more of them tell nothing
 
-/// Folders of both sides, ranked by their names from the last to the first: those whose paths end alike come to
-/// stand together, and so do, by name and rank of the folder, the files that agree furthest from the end.
+/// Folders of both sides, ranked by their names from the last to the first: those whose paths end alike come
+/// to stand together, and so do, by name and rank of the folder, the files that agree furthest from the end.
 class Ranking {
 public:
     Ranking(const MediaTrees& trees, std::span<const uint32_t> tracks);

@@ -12,8 +12,8 @@ constexpr size_t sample_size = 64; // files of a pair whose sizes are asked for
 constexpr size_t few_tracks = 3;   // of which names alone are believed
 constexpr uint32_t none = UINT32_MAX;
 
-/// The candidates of tracks, in groups with the same pair of beginnings. A pair's live ones are those whose tracks
-/// were not found so far.
+/// The candidates of tracks, in groups with the same pair of beginnings. A pair's live ones are those whose
+/// tracks were not found so far.
 class Choice {
 public:
     Choice(const MediaTrees& trees, const std::vector<uint32_t>& tracks, const std::vector<uint64_t>& sizes,
@@ -154,8 +154,8 @@ std::vector<uint32_t> Choice::rivals_of(uint32_t pair) const {
     return rivals;
 }
 
-/// Which of two pairs has the files that are as long as the library says. Of copies, which are alike in this, the
-/// one with the shorter path is the better; of a single file, there must be no copy.
+/// Which of two pairs has the files that are as long as the library says. Of copies, which are alike in this,
+/// the one with the shorter path is the better; of a single file, there must be no copy.
 Choice::Verdict Choice::compare(uint32_t pair, uint32_t rival) const {
     uint32_t hits = 0;
     uint32_t rival_hits = 0;
@@ -229,8 +229,8 @@ Choice::Sizes Choice::sizes_of(std::span<const MediaCandidate> candidates) const
     return sizes;
 }
 
-/// Two folders that agree are enough. One is, or the names of most tracks in a folder are, unless the sizes tell
-/// otherwise; then no other track may have the file.
+/// Two folders that agree are enough. One is, or the names of most tracks in a folder are, unless the sizes
+/// tell otherwise; then no other track may have the file.
 Choice::Trust Choice::trust_in(uint32_t pair) const {
     const std::vector<MediaCandidate> live = live_candidates(pair);
     const uint32_t folders = agreeing_folders(live);
@@ -270,8 +270,8 @@ void Choice::decide(uint32_t pair) {
     take(pair);
 }
 
-/// Where no file is as long as the library says, of all that were found beyond doubt, sizes tell nothing: the files
-/// were tagged anew, or are other copies. Then names count alone.
+/// Where no file is as long as the library says, of all that were found beyond doubt, sizes tell nothing: the
+/// files were tagged anew, or are other copies. Then names count alone.
 void Choice::take_doubtful() {
     if (sizes_.known < few_tracks || sizes_.equal > 0) {
         return;

@@ -1,9 +1,9 @@
 #pragma once
 // The files below a folder, as a tree in which each folder and file is a node of a few bytes.
 //
-// Symbolic links are passed over, since what they lead to inside the folder is found there; so are folders that
-// were seen before, which ends loops of mounts, and paths longer than the system takes. The tree is the same in
-// whatever order the file system lists names.
+// Symbolic links are passed over, since what they lead to inside the folder is found there; so are folders
+// that were seen before, which ends loops of mounts, and paths longer than the system takes. The tree is the
+// same in whatever order the file system lists names.
 
 #include <cstdint>
 #include <string>
@@ -25,8 +25,8 @@ public:
     /// The names go to `names`, borrowed.
     explicit MediaFolder(NameTable* names);
 
-    /// Reads all names below the folder, once. Returns 0, or the error number of why the folder itself can not
-    /// be read; folders below it that can not are among unreadable().
+    /// Reads all names below the folder, once. Returns 0, or the error number of why the folder itself can
+    /// not be read; folders below it that can not are among unreadable().
     [[nodiscard]] int read(const std::string& folder);
 
     /// The first of the folders below that could not be read, and how many there are.

@@ -1,8 +1,8 @@
 #pragma once
-// Maps from folders of a library to folders on the disk, as they are found one after the other. A path goes the way
-// of the longest beginning that a map has, so that a map for a folder inside a mapped one leads away what the outer
-// one brought. A new map therefore stands as far down as it takes to lead away nothing: at single files, if need
-// be.
+// Maps from folders of a library to folders on the disk, as they are found one after the other. A path goes
+// the way of the longest beginning that a map has, so that a map for a folder inside a mapped one leads away
+// what the outer one brought. A new map therefore stands as far down as it takes to lead away nothing: at
+// single files, if need be.
 
 #include <cstdint>
 #include <vector>
@@ -24,8 +24,8 @@ public:
     /// Notes that a file of the library is where its path says.
     void keep(uint32_t track);
 
-    /// Leads all tracks that it can along the pair of beginnings: those that were not found so far and of which
-    /// there is one file. Returns them.
+    /// Leads all tracks that it can along the pair of beginnings: those that were not found so far and of
+    /// which there is one file. Returns them.
     [[nodiscard]] std::vector<uint32_t> bring(const PathPair& beginnings);
 
     /// The file of a node on the disk; `none` for one that was not found.
@@ -56,7 +56,7 @@ private:
     std::vector<uint32_t> first_;  // the first node inside
     std::vector<uint32_t> next_;   // the next node in the same folder
     std::vector<uint32_t> map_at_; // the map that begins here
-    std::vector<uint32_t>
-        led_past_; // files below here that a map from above or none brings: no map may begin here
+    // Files below each that a map from above or none brings: no map may begin there.
+    std::vector<uint32_t> led_past_;
     std::vector<Map> maps_;
 };

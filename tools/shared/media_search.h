@@ -1,6 +1,7 @@
 #pragma once
-// Finds the files of a library below a folder: by their names at first, then by how much of the paths above them
-// is alike. What is left of two paths before their common end makes a map, from the one beginning to the other.
+// Finds the files of a library below a folder: by their names at first, then by how much of the paths above
+// them is alike. What is left of two paths before their common end makes a map, from the one beginning to the
+// other.
 //
 //     MediaSearch media;
 //     for (each file of the library) media.add(path, size, is_there);
@@ -9,10 +10,10 @@
 //     media.find(path);    // where the file is
 //     media.maps();        // the same, as what --map of itunes-prepare takes
 //
-// Names are alike that differ in case or in the composition of accents only. The map that brings most files comes
-// first, then that which brings most of the rest. None is taken where another one brings as much of the same and
-// sizes do not tell which is meant. A file of which nothing but the name agrees is left alone, and where one folder
-// agrees besides, the sizes must not say otherwise.
+// Names are alike that differ in case or in the composition of accents only. The map that brings most files
+// comes first, then that which brings most of the rest. None is taken where another one brings as much of the
+// same and sizes do not tell which is meant. A file of which nothing but the name agrees is left alone, and
+// where one folder agrees besides, the sizes must not say otherwise.
 
 #include <cstdint>
 #include <memory>
@@ -32,13 +33,13 @@ struct MediaMap {
 
 class MediaSearch {
 public:
-    /// Adds a file of the library by its decoded path, "/...", "C:/..." or "//HOST/..."; other texts are passed
-    /// over, and so are paths that came before. `size` is what the library says, in bytes, 0 for nothing. One that
-    /// `is_there` is not looked for, and no map leads it elsewhere.
+    /// Adds a file of the library by its decoded path, "/...", "C:/..." or "//HOST/..."; other texts are
+    /// passed over, and so are paths that came before. `size` is what the library says, in bytes, 0 for
+    /// nothing. One that `is_there` is not looked for, and no map leads it elsewhere.
     void add(std::string_view path, uint64_t size, bool is_there);
 
-    /// Reads the names below a folder, once, after the last file of the library. Returns 0 or the error number of
-    /// why the folder itself can not be read.
+    /// Reads the names below a folder, once, after the last file of the library. Returns 0 or the error
+    /// number of why the folder itself can not be read.
     [[nodiscard]] int look_through(const std::string& folder) { return trees_.folder.read(folder); }
 
     /// What was met there: folders that could not be read, whether anything was left out.

@@ -1,6 +1,6 @@
 #pragma once
-// The two sides of a search for a library's files: the paths that the library has, and what lies below a folder.
-// They share their names, so that alike names are told by two numbers.
+// The two sides of a search for a library's files: the paths that the library has, and what lies below a
+// folder. They share their names, so that alike names are told by two numbers.
 
 #include <cstdint>
 

@@ -1,6 +1,7 @@
 #pragma once
-// Names of files and folders, each kept once and known by a number, together with what it is folded to, so that
-// names which differ in accents' composition or in case only are told to be alike by comparing two numbers.
+// Names of files and folders, each kept once and known by a number, together with what it is folded to, so
+// that names which differ in accents' composition or in case only are told to be alike by comparing two
+// numbers.
 
 #include <cstdint>
 #include <string>

@@ -9,8 +9,8 @@
 class PathMap {
 public:
     /// `from` is one or more whole components of a path, or a location; its accents count as the same however
-    /// they are composed and, behind a drive letter or a host, upper and lower case too. A relative `to` is taken
-    /// from the working directory; without one, there is no map, and errno says why.
+    /// they are composed and, behind a drive letter or a host, upper and lower case too. A relative `to` is
+    /// taken from the working directory; without one, there is no map, and errno says why.
     [[nodiscard]] static std::optional<PathMap> make(std::string_view from, std::string_view to);
 
     /// The mapped path; none where this map does not fit.

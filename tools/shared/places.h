@@ -34,8 +34,8 @@ public:
     /// Of maps that fit a path, that with the longest start counts.
     Places(std::vector<PathMap> maps, PlaceSearch search);
 
-    /// From now on, files that are not in their places are where this search, borrowed, has found them. They are
-    /// missing where it has not.
+    /// From now on, files that are not in their places are where this search, borrowed, has found them. They
+    /// are missing where it has not.
     void use_media(const MediaSearch* media) { media_ = media; }
 
     /// Where the file is that the library has at `path` (library_location.h).

@@ -14,13 +14,12 @@
 
 namespace {
 
-constexpr size_t depth_limit = 64;      // a library is eight deep
-constexpr size_t text_limit = 1U << 16; // characters that are kept, far more than a line may have
-constexpr size_t character_size = 4;    // bytes at most
-constexpr int block_size = 1 << 16;     // bytes
-constexpr int64_t token_limit = int64_t{1}
-                                << 20; // bytes, which the parser keeps and reads anew with each block
-constexpr size_t shown_limit = 40;     // characters of a name that are shown
+constexpr size_t depth_limit = 64;       // a library is eight deep
+constexpr size_t text_limit = 1U << 16;  // characters that are kept, far more than a line may have
+constexpr size_t character_size = 4;     // bytes at most
+constexpr int block_size = 1 << 16;      // bytes
+constexpr size_t shown_limit = 40;       // characters of a name that are shown
+constexpr int64_t token_limit = 1 << 20; // bytes, which the parser keeps and reads anew with each block
 
 // In the order of PlistElement.
 constexpr std::string_view element_names[] = {"key",  "string", "integer", "date",  "true", "false",
@@ -83,8 +82,8 @@ void PropertyList::refuse(std::string reason) {
     }
     result_.state = PropertyListState::damaged;
     result_.reason = std::move(reason);
-    (void)XML_StopParser(parser_,
-                         XML_FALSE); // which fails before the first event; the caller looks at the state
+    // Fails before the first event; whoever reads looks at the state.
+    (void)XML_StopParser(parser_, XML_FALSE);
 }
 
 void PropertyList::refuse_entity(const char* name) {
@@ -248,8 +247,7 @@ PropertyListResult PropertyList::read(int descriptor, PlistContainer* file) {
     levels_.assign(1, {file, PlistElement::none});
     listen();
     read_blocks(descriptor);
-    if (result_.state ==
-        PropertyListState::damaged) { // where the parser has stopped: behind what was refused
+    if (result_.state == PropertyListState::damaged) { // where the parser stopped: behind what was refused
         result_.line = XML_GetCurrentLineNumber(parser_);
         result_.column = XML_GetCurrentColumnNumber(parser_) + 1;
     }

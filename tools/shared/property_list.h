@@ -1,6 +1,6 @@
 #pragma once
-// Property lists in XML, as a stream: expat's events go to a stack of small readers, one for each container that
-// is open. Nothing is kept but the text of one value.
+// Property lists in XML, as a stream: expat's events go to a stack of small readers, one for each container
+// that is open. Nothing is kept but the text of one value.
 //
 //     struct Root : PlistContainer { void value(...) override { ... } };
 //     PropertyList list;
@@ -35,8 +35,8 @@ public:
     PlistContainer& operator=(const PlistContainer&) = delete;
     virtual ~PlistContainer() = default;
 
-    /// A container inside begins. Returns its reader, borrowed until its end; null where nobody wants to know. The
-    /// key is empty in an array.
+    /// A container inside begins. Returns its reader, borrowed until its end; null where nobody wants to
+    /// know. The key is empty in an array.
     virtual PlistContainer* child(std::string_view /*key*/, PlistElement /*element*/) { return nullptr; }
     /// Any other value. The texts are borrowed for the call, in UTF-8, cut behind 65,536 characters.
     virtual void value(std::string_view /*key*/, PlistElement /*element*/, std::string_view /*text*/) {}
@@ -64,9 +64,9 @@ public:
     PropertyList(const PropertyList&) = delete;
     PropertyList& operator=(const PropertyList&) = delete;
 
-    /// Reads the descriptor to its end and hands what it holds to `file`, once. Refused as damage are, beside what
-    /// is no XML: declarations of entities, and entities that are not XML's own; more than 64 levels; comments
-    /// and tags of more than 1 MiB; and what is no property list.
+    /// Reads the descriptor to its end and hands what it holds to `file`, once. Refused as damage are, beside
+    /// what is no XML: declarations of entities, and entities that are not XML's own; more than 64 levels;
+    /// comments and tags of more than 1 MiB; and what is no property list.
     [[nodiscard]] PropertyListResult read(int descriptor, PlistContainer* file);
 
     /// For containers, in their functions: what came last makes the list damaged.

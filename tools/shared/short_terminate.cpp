@@ -1,5 +1,6 @@
-// Takes the place of what the C++ library runs where an exception is not caught, which prints the exception's type and
-// brings 50 kB for that into a static program. The companions catch what they expect; for the rest an end is enough.
+// Takes the place of what the C++ library runs where an exception is not caught, which prints the exception's
+// type and brings 50 kB for that into a static program. The companions catch what they expect; for the rest
+// an end is enough.
 
 #include <cstdlib>
 

@@ -114,7 +114,8 @@ void SpellingSearch::forget_oldest() {
     listings_.pop_back();
 }
 
-/// The names in a directory; null where it can not be listed. `is_dead` then says whether nothing can be below it.
+/// The names in a directory; null where it can not be listed. `is_dead` then says whether nothing can be
+/// below it.
 const SpellingSearch::Listing* SpellingSearch::listing(const std::string& directory, bool* is_dead) {
     const auto known = by_directory_.find(directory);
     if (known != by_directory_.end()) {

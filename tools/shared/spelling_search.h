@@ -1,9 +1,10 @@
 #pragma once
 // Looks for a file that is not at its path under another spelling of the path.
 //
-// Directories are listed, files only asked for (stat). Listings are remembered, those used last, up to a bound, so
-// that neighbouring calls for paths of the same directories are fast; a file that comes while a search lives may
-// stay unseen. A directory of more than 100,000 names is not searched: in it, a name counts as it stands.
+// Directories are listed, files only asked for (stat). Listings are remembered, those used last, up to a
+// bound, so that neighbouring calls for paths of the same directories are fast; a file that comes while a
+// search lives may stay unseen. A directory of more than 100,000 names is not searched: in it, a name counts
+// as it stands.
 
 #include <cstddef>
 #include <cstdint>
@@ -24,8 +25,8 @@ struct SpellingAnswer {
 
 class SpellingSearch {
 public:
-    /// A search for spellings that differ in these ways (folded_text.h), which reads no more than `names_limit`
-    /// names from directories in all.
+    /// A search for spellings that differ in these ways (folded_text.h), which reads no more than
+    /// `names_limit` names from directories in all.
     explicit SpellingSearch(uint32_t differences, uint64_t names_limit = default_names_limit)
         : differences_(differences), names_limit_(names_limit) {}
     SpellingSearch(const SpellingSearch&) = delete;

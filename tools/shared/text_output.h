@@ -19,8 +19,8 @@
 /// character becomes U+FFFD. What acts on a terminal is escaped, so the string stays on its line.
 [[nodiscard]] std::string json_string(std::string_view text);
 
-/// The text as one word of a shell command: between single quotes, or in the form $'...' that bash and zsh know
-/// where something in it acts on a terminal.
+/// The text as one word of a shell command: between single quotes, or in the form $'...' that bash and zsh
+/// know where something in it acts on a terminal.
 [[nodiscard]] std::string shell_word(std::string_view text);
 
 /// Prints to standard output. What gets lost is told by finish_output, with the reason.

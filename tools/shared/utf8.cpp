@@ -2,8 +2,8 @@
 
 namespace {
 
-/// Whether UTF-8 may have the byte `second` behind the byte `lead`, which begins a character: narrower where it
-/// would make an overlong form, a surrogate or more than U+10FFFF.
+/// Whether UTF-8 may have the byte `second` behind the byte `lead`, which begins a character: narrower where
+/// it would make an overlong form, a surrogate or more than U+10FFFF.
 bool is_second_byte(unsigned lead, unsigned second) {
     const unsigned lowest = lead == 0xE0 ? 0xA0 : lead == 0xF0 ? 0x90 : 0x80;
     const unsigned highest = lead == 0xED ? 0x9F : lead == 0xF4 ? 0x8F : 0xBF;

@@ -17,6 +17,7 @@ namespace {
 constexpr int links_limit = 40; // as the system has it
 constexpr int names_tried = 100;
 constexpr mode_t permissions = 0777;
+constexpr mode_t new_permissions = 0666; // without what the umask takes
 
 /// The signals that end a program are held back while it lives.
 class SignalBlock {
@@ -113,8 +114,8 @@ std::string followed_links(std::string_view path, int* descriptor) {
 }
 
 Descriptor unnamed_file(const std::string& folder) {
-    const char* wanted =
-        getenv("TMPDIR"); // NOLINT(concurrency-mt-unsafe): nothing here changes the environment
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing here changes the environment
+    const char* wanted = getenv("TMPDIR");
     for (const std::string& place : {folder, std::string(wanted != nullptr ? wanted : ""),
                                      std::string("/tmp"), std::string("/var/tmp"), std::string(".")}) {
         const int descriptor = place.empty() ? -1 : make_unnamed(place);
@@ -140,7 +141,7 @@ int WholeFile::open(std::string_view path, std::string_view program, TemporaryFi
         std::string name = folder + unused_name(program, attempt);
         const SignalBlock block;
         descriptor_ =
-            Descriptor(::open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666)); // and the umask
+            Descriptor(::open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, new_permissions));
         if (!descriptor_.is_open() && errno != EEXIST) {
             return errno;
         }

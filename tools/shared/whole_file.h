@@ -1,5 +1,6 @@
 #pragma once
-// A file that is there whole or as it was: written beside its place, flushed, and renamed once it is complete.
+// A file that is there whole or as it was: written beside its place, flushed, and renamed once it is
+// complete.
 //
 //     WholeFile file;
 //     int error = file.open("prepared.xml", "itunes-prepare");
@@ -11,8 +12,8 @@
 
 #include "tools/shared/descriptor.h"
 
-/// Is told the path of a temporary file once it is there, and null once it is gone, with the signals that end a
-/// program blocked meanwhile: for a program's handlers, which have to remove it.
+/// Is told the path of a temporary file once it is there, and null once it is gone, with the signals that end
+/// a program blocked meanwhile: for a program's handlers, which have to remove it.
 using TemporaryFileWatch = void (*)(const char* path);
 
 class WholeFile {
@@ -22,13 +23,14 @@ public:
     WholeFile& operator=(const WholeFile&) = delete;
     ~WholeFile() { remove(); }
 
-    /// Makes a file beside that at `path`, called ".PROGRAM." and a number, with the permissions and, where that is
-    /// permitted, the owner that the file there has. A symbolic link stays one. Returns 0 or the error's number.
+    /// Makes a file beside that at `path`, called ".PROGRAM." and a number, with the permissions and, where
+    /// that is permitted, the owner that the file there has. A symbolic link stays one. Returns 0 or the
+    /// error's number.
     [[nodiscard]] int open(std::string_view path, std::string_view program,
                            TemporaryFileWatch watch = nullptr);
     [[nodiscard]] int descriptor() const { return descriptor_.number(); }
-    /// Puts it in its place, on the disk too. Returns 0, or the error's number: the file there is then as it was,
-    /// or is the new one where its folder alone could not be flushed.
+    /// Puts it in its place, on the disk too. Returns 0, or the error's number: the file there is then as it
+    /// was, or is the new one where its folder alone could not be flushed.
     [[nodiscard]] int publish();
 
 private:
@@ -41,13 +43,13 @@ private:
     TemporaryFileWatch watch_ = nullptr;
 };
 
-/// Where symbolic links at the end of `path` lead; the path itself for none. Stops at a name that stands for a
-/// descriptor of this process, such as /dev/stdout, which is put into `descriptor`, else -1.
+/// Where symbolic links at the end of `path` lead; the path itself for none. Stops at a name that stands for
+/// a descriptor of this process, such as /dev/stdout, which is put into `descriptor`, else -1.
 [[nodiscard]] std::string followed_links(std::string_view path, int* descriptor);
 
 /// The folder of a path, with a slash behind it; empty for the working directory.
 [[nodiscard]] std::string folder_of(std::string_view path);
 
-/// A file without a name for what has to wait, in `folder`, or else where $TMPDIR, /tmp, /var/tmp or the working
-/// directory have room for one; not open, with errno, where none has.
+/// A file without a name for what has to wait, in `folder`, or else where $TMPDIR, /tmp, /var/tmp or the
+/// working directory have room for one; not open, with errno, where none has.
 [[nodiscard]] Descriptor unnamed_file(const std::string& folder);
