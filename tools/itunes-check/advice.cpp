@@ -39,13 +39,9 @@ std::string parent_of(const std::string& path) {
     return slash == std::string::npos ? "" : path.substr(0, std::max<size_t>(slash, 1));
 }
 
-bool exists(const std::string& path) {
-    return access(path.c_str(), F_OK) == 0;
-}
-
 /// "sudo " where this user may not make the path.
 const char* sudo_for(std::string path) {
-    while (!path.empty() && path != "/" && !exists(path)) {
+    while (!path.empty() && path != "/" && !path_exists(path)) {
         path = parent_of(path);
     }
     return access(path.empty() ? "." : path.c_str(), W_OK) == 0 ? "" : "sudo ";
@@ -122,7 +118,7 @@ std::vector<AbsentBeginning> absent_beginnings(const CheckSummary& summary) {
         return beginnings;
     }
     for (const FolderGroup& group : summary.folders) {
-        const bool is_there = exists(group.folder);
+        const bool is_there = path_exists(group.folder);
         const bool is_closed = !is_there && errno == EACCES;
         if (is_map_wanted(group) && !is_closed) {
             add_beginning(summary, group, is_there, &beginnings);
@@ -159,8 +155,7 @@ void append_repairs(std::string* lines, const CheckSummary& summary,
         append_repair(lines, summary, beginnings[index]);
     }
     if (beginnings.size() > 1) {
-        append(lines, "%s\n",
-               "  For more than one folder give each its --map in one itunes-prepare command.");
+        *lines += "  For more than one folder give each its --map in one itunes-prepare command.\n";
     }
 }
 
@@ -207,27 +202,22 @@ void append_copy(std::string* lines, const CheckSummary& summary) {
            is_misread ? "in the layout that the import reads" : "with the paths that the disk has",
            library_word(summary).c_str());
     if (is_misread && summary.tally().records() < summary.tally().track_count()) {
-        append(lines, "%s\n",
-               "  and check it again, since the layout may hide more:\n    itunes-check prepared.xml");
+        *lines += "  and check it again, since the layout may hide more:\n    itunes-check prepared.xml\n";
     }
 }
 
-/// Appends the recipe for players that read no bare ampersand.
+/// Appends the recipe for players that read no bare ampersand, if a playlist file has one.
 void append_strict_copies(std::string* lines, const CheckSummary& summary) {
     const auto count = std::ranges::count_if(summary.tally().playlists, [](const CheckedPlaylist& each) {
         return each.outcome == CheckedOutcome::file && each.sign == WplSign::ampersand;
     });
-    append(lines,
-           "  For players that list nothing from the %zu playlist file%s with a bare &:\n"
-           "    mkdir strict && cp PLAYLISTS/*.wpl strict &&\n"
-           "      sed -i -E 's/&(amp;)?/\\&amp;/g' strict/*.wpl\n",
-           static_cast<size_t>(count), count == 1 ? "" : "s");
-}
-
-bool has_ampersand(const CheckSummary& summary) {
-    return std::ranges::any_of(summary.tally().playlists, [](const CheckedPlaylist& each) {
-        return each.outcome == CheckedOutcome::file && each.sign == WplSign::ampersand;
-    });
+    if (count > 0) {
+        append(lines,
+               "  For players that list nothing from the %zu playlist file%s with a bare &:\n"
+               "    mkdir strict && cp PLAYLISTS/*.wpl strict &&\n"
+               "      sed -i -E 's/&(amp;)?/\\&amp;/g' strict/*.wpl\n",
+               static_cast<size_t>(count), count == 1 ? "" : "s");
+    }
 }
 
 /// Whether the tracks are all in the cloud or protected, so that no path can help.
@@ -260,8 +250,6 @@ std::string what_to_do(const CheckSummary& summary) {
         lines += "  Download the tracks that are in the cloud only; of protected ones it takes\n"
                  "  unprotected copies. No track of the library can be played from a file.\n";
     }
-    if (has_ampersand(summary)) {
-        append_strict_copies(&lines, summary);
-    }
+    append_strict_copies(&lines, summary);
     return lines;
 }

@@ -15,6 +15,7 @@
 #include "tools/itunes-check/output.h"
 #include "tools/itunes-check/page.h"
 #include "tools/itunes-check/scratch.h"
+#include "tools/shared/descriptor.h"
 #include "tools/shared/items_reader.h"
 #include "tools/shared/text_output.h"
 
@@ -42,13 +43,8 @@ std::string access_failure(const std::string& path, int64_t* size) {
     if (!S_ISREG(status.st_mode)) {
         return S_ISDIR(status.st_mode) ? "is a directory" : "is no regular file";
     }
-    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0) {
-        return strerror(errno);
-    }
-    (void)close(descriptor);
     *size = status.st_size;
-    return {};
+    return Descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC)).is_open() ? "" : strerror(errno);
 }
 
 /// The records of the present items file; what keeps them from being counted is said.

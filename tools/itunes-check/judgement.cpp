@@ -14,29 +14,26 @@ std::vector<LibraryFailure> library_failures(const LibraryTally& tally,
                                              const std::optional<PresentItems>& present) {
     using std::to_string;
     std::vector<LibraryFailure> failures;
-    const auto add = [&failures](LibraryFailureKind kind, std::string reason) {
-        failures.push_back({kind, std::move(reason)});
-    };
     if (!tally.is_whole) {
-        add(LibraryFailureKind::cut_short, "is cut short: it does not end with </plist>");
+        failures.push_back({"is cut short: it does not end with </plist>"});
     }
     if (tally.layout == LibraryLayout::no_library) {
-        add(LibraryFailureKind::no_library, "is no iTunes library: no line holds a key of one");
+        failures.push_back({"is no iTunes library: no line holds a key of one"});
     } else if (tally.layout == LibraryLayout::other) {
-        add(LibraryFailureKind::other_layout, "has another layout: " + to_string(tally.keys_apart) + " of " +
-                                                  to_string(tally.keys_beside + tally.keys_apart) +
-                                                  " keys without their value on their line");
+        failures.push_back({"has another layout: " + to_string(tally.keys_apart) + " of " +
+                            to_string(tally.keys_beside + tally.keys_apart) +
+                            " keys without their value on their line"});
     }
     const uint32_t tracks = tally.track_count();
     if (tally.records() == 0 && tracks > 0) {
-        add(LibraryFailureKind::no_record, tracks == 1
-                                               ? "its only track will not arrive"
-                                               : "none of its " + to_string(tracks) + " tracks will arrive");
+        failures.push_back({tracks == 1 ? "its only track will not arrive"
+                                        : "none of its " + to_string(tracks) + " tracks will arrive"});
     }
     if (present && falls_below_share(tally.records(), *present)) {
-        add(LibraryFailureKind::share, "records to come: " + to_string(tally.records()) + ", less than " +
-                                           to_string(present->min_share) + " percent of the " +
-                                           to_string(present->records) + " in " + escaped(present->path));
+        failures.push_back({"records to come: " + to_string(tally.records()) + ", less than " +
+                                to_string(present->min_share) + " percent of the " +
+                                to_string(present->records) + " in " + escaped(present->path),
+                            true});
     }
     return failures;
 }

@@ -17,17 +17,9 @@ struct PresentItems {
     uint32_t min_share = default_min_share; // percent of its records that have to come
 };
 
-enum class LibraryFailureKind : uint8_t {
-    cut_short,
-    no_library,
-    other_layout,
-    no_record, // although there are tracks
-    share,     // fewer records than the share of those that are there
-};
-
 struct LibraryFailure {
-    LibraryFailureKind kind;
-    std::string reason; // for people, to go behind "PROGRAM: LIBRARY: "; values in it are escaped
+    std::string reason;    // for people, to go behind "PROGRAM: LIBRARY: "; values in it are escaped
+    bool is_share = false; // fewer records than the share of those that are there
 };
 
 /// All failures; none for a library that can be imported. Nothing is compared without present items.

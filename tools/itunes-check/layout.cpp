@@ -11,6 +11,8 @@
 #include "itunes/library_key.h"
 #include "itunes/library_values.h"
 #include "itunes/track_reader.h"
+#include "tools/shared/descriptor.h"
+#include "tools/shared/text_pieces.h"
 
 namespace {
 
@@ -57,14 +59,6 @@ std::string_view key_of(const char* line, std::string_view text) {
     const auto key =
         std::ranges::find_if(keys, [text](const std::string& each) { return holds(text, each); });
     return key == keys.end() ? std::string_view() : *key;
-}
-
-size_t count_of(std::string_view tag, std::string_view text) {
-    size_t count = 0;
-    for (size_t at = text.find(tag); at != std::string_view::npos; at = text.find(tag, at + tag.size())) {
-        ++count;
-    }
-    return count;
 }
 
 } // namespace
@@ -120,17 +114,14 @@ LibraryLayout LayoutCounter::layout() const {
 }
 
 bool library_ends_whole(const std::string& path) {
-    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0) {
-        return false;
-    }
+    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
     char block[4096];
     std::string_view text; // the block without the blanks at its end
-    off_t start = lseek(descriptor, 0, SEEK_END);
+    off_t start = lseek(file.number(), 0, SEEK_END);
     while (start > 0 && text.empty()) {
         const off_t length = std::min(start, static_cast<off_t>(sizeof block));
         start -= length;
-        if (pread(descriptor, block, static_cast<size_t>(length), start) != length) {
+        if (pread(file.number(), block, static_cast<size_t>(length), start) != length) {
             break;
         }
         text = std::string_view(block, static_cast<size_t>(length));
@@ -138,9 +129,7 @@ bool library_ends_whole(const std::string& path) {
     }
     const off_t end = start + static_cast<off_t>(text.size());
     const auto end_length = static_cast<off_t>(plist_end.size());
-    const bool is_whole = end >= end_length &&
-                          pread(descriptor, block, plist_end.size(), end - end_length) == end_length &&
-                          std::string_view(block, plist_end.size()) == plist_end;
-    (void)close(descriptor);
-    return is_whole;
+    return end >= end_length &&
+           pread(file.number(), block, plist_end.size(), end - end_length) == end_length &&
+           std::string_view(block, plist_end.size()) == plist_end;
 }

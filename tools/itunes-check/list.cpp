@@ -1,21 +1,11 @@
 // The forms of itunes-check for programs: lines with fields between tabs, and JSON Lines.
 
 #include <cstdio>
-#include <iterator>
 
 #include "tools/itunes-check/output.h"
 #include "tools/shared/text_output.h"
 
 namespace {
-
-constexpr const char* track_words[] = {"record", "protected", "no-location", "stream", "missing"};
-constexpr const char* track_fields[] = {"records", "protected", "no_location", "stream", "missing"};
-static_assert(std::size(track_words) == track_outcome_count &&
-              std::size(track_fields) == track_outcome_count);
-
-const char* track_word(const TrackReport& report) {
-    return track_words[static_cast<size_t>(report.outcome)];
-}
 
 std::string escaped_or_empty(const char* text) {
     return text == nullptr ? "" : escaped(text);
@@ -43,7 +33,7 @@ const char* layout_word(LibraryLayout layout) {
 } // namespace
 
 void print_track_line(const TrackReport& report) {
-    printf("track\t%s\t%d\t%s\t%s\n", track_word(report), report.track_id,
+    printf("track\t%s\t%d\t%s\t%s\n", track_outcome_words(report.outcome).word, report.track_id,
            escaped_or_empty(report.title).c_str(), escaped_or_empty(report.location).c_str());
 }
 
@@ -55,8 +45,9 @@ void print_playlist_lines(const std::vector<CheckedPlaylist>& playlists) {
 }
 
 void print_track_object(const TrackReport& report) {
-    printf("{\"kind\":\"track\",\"outcome\":\"%s\",\"id\":%d,\"title\":%s,\"path\":%s}\n", track_word(report),
-           report.track_id, json_or_null(report.title).c_str(), json_or_null(report.location).c_str());
+    printf("{\"kind\":\"track\",\"outcome\":\"%s\",\"id\":%d,\"title\":%s,\"path\":%s}\n",
+           track_outcome_words(report.outcome).word, report.track_id, json_or_null(report.title).c_str(),
+           json_or_null(report.location).c_str());
 }
 
 void print_playlist_objects(const std::vector<CheckedPlaylist>& playlists) {
@@ -98,7 +89,8 @@ void print_summary_object(const CheckedLibrary& library, const std::optional<Pre
            layout_word(tally.layout), tally.keys_beside + tally.keys_apart, tally.keys_apart,
            tally.track_count());
     for (size_t outcome = 0; outcome < track_outcome_count; ++outcome) {
-        printf(",\"%s\":%u", track_fields[outcome], tally.tracks[outcome]);
+        printf(",\"%s\":%u", track_outcome_words(static_cast<TrackOutcome>(outcome)).field,
+               tally.tracks[outcome]);
     }
     printf(",\"playlists\":%zu,\"files\":%u", tally.playlists.size(), tally.playlist_files());
     if (present) {

@@ -3,60 +3,23 @@
 #include <algorithm>
 #include <cerrno>
 #include <ctime>
-#include <fcntl.h>
 #include <functional>
 #include <string_view>
-#include <unistd.h>
 
-#include "server/common/upnp_database.h"
-#include "server/common/upnp_items.h"
-#include "server/common/upnp_property.h"
 #include "tools/itunes-check/html_text.h"
 #include "tools/itunes-check/page_frame.h"
-#include "tools/shared/buffered_writer.h"
 #include "tools/shared/descriptor.h"
 #include "tools/shared/items_reader.h"
 #include "tools/shared/whole_file.h"
 
 namespace {
 
-struct OutcomeWords {
-    const char* name; // in the style
-    const char* words;
-};
-
-constexpr OutcomeWords outcome_words[] = {
-    {"record", "will arrive"},
-    {"protected", "protected (playlists leave them out)"},
-    {"no-location", "no location (playlists leave them out)"},
-    {"stream", "stream (playlists keep the address)"},
-    {"missing", "the file is not there (playlists keep the path)"},
-};
-static_assert(std::size(outcome_words) == track_outcome_count);
-
 constexpr TrackOutcome outcome_order[] = {TrackOutcome::record, TrackOutcome::missing,
                                           TrackOutcome::copy_protected, TrackOutcome::no_location,
                                           TrackOutcome::stream};
 
-const OutcomeWords& words_of(TrackOutcome outcome) {
-    return outcome_words[static_cast<size_t>(outcome)];
-}
-
 uint64_t hash_of(std::string_view path) {
     return std::hash<std::string_view>{}(path);
-}
-
-/// Calls `use` with the path of each record of an items file, as far as it can be read.
-void for_each_path(const std::string& items_path, const std::function<void(std::string_view)>& use) {
-    const Descriptor file(open(items_path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    ItemsReader reader(file.number());
-    for (ItemsRecord record = reader.next(); !record.data.empty(); record = reader.next()) {
-        MediaObject* object = upnp_database_object_create_from_data(
-            record.data.data(), static_cast<uint32_t>(record.data.size()));
-        const char* path = upnp_database_object_get_property(object, upnp_property_res);
-        use(path == nullptr ? "" : path);
-        upnp_database_object_free(object);
-    }
 }
 
 std::string now() {
@@ -107,14 +70,15 @@ std::string bar(const LibraryTally& tally) {
     std::string legend;
     for (const TrackOutcome outcome : outcome_order) {
         const uint64_t count = tally.tracks_of(outcome);
+        const TrackOutcomeWords& words = track_outcome_words(outcome);
         if (count > 0) {
             const uint64_t start = before * 1000 / all;
             before += count;
-            html.append("<rect class=\"").append(words_of(outcome).name).append("\" height=\"10\" x=\"");
+            html.append("<rect class=\"").append(words.word).append("\" height=\"10\" x=\"");
             html.append(number(start)).append("\" width=\"").append(number(before * 1000 / all - start));
             html.append("\"/>");
-            legend.append("<li><span class=\"").append(words_of(outcome).name).append("\">&#9632;</span> ");
-            legend.append(number(count)).append(" ").append(words_of(outcome).words).append("</li>\n");
+            legend.append("<li><span class=\"").append(words.word).append("\">&#9632;</span> ");
+            legend.append(number(count)).append(" ").append(words.text).append("</li>\n");
         }
     }
     return html + "</svg>\n<ul>\n" + legend + "</ul>\n";
@@ -149,7 +113,8 @@ std::string list(const char* heading, uint64_t count, const std::string& rows) {
 
 LibraryPage::LibraryPage(const std::optional<std::string>& items_path) : items_path_(items_path) {
     if (items_path_) {
-        for_each_path(*items_path_, [this](std::string_view path) { present_.push_back(hash_of(path)); });
+        for_each_record_path(*items_path_,
+                             [this](std::string_view path) { present_.push_back(hash_of(path)); });
         std::ranges::sort(present_);
     }
 }
@@ -161,7 +126,7 @@ void LibraryPage::add_track(const TrackReport& report) {
     titles_.append(title).push_back('\0');
     std::string row = "<li>" + title;
     if (report.outcome != TrackOutcome::record) {
-        row.append(" <small>").append(words_of(report.outcome).words).append("</small>");
+        row.append(" <small>").append(track_outcome_words(report.outcome).text).append("</small>");
     }
     row.append(path.empty() ? "" : "<code>" + html_text(path) + "</code>").append("</li>\n");
     if (report.outcome != TrackOutcome::record) {
@@ -235,7 +200,7 @@ std::string LibraryPage::changes_part() const {
     std::ranges::sort(records);
     std::string rows;
     uint64_t count = 0;
-    for_each_path(*items_path_, [&](std::string_view path) {
+    for_each_record_path(*items_path_, [&](std::string_view path) {
         if (!std::ranges::binary_search(records, hash_of(path))) {
             rows.append("<li>").append(html_text(path)).append("</li>\n");
             ++count;

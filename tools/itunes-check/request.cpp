@@ -49,11 +49,6 @@ constexpr option known_options[] = {
     {},
 };
 
-int answer(const char* text) {
-    fputs(text, stdout);
-    return finish_output(program) ? 0 : 1;
-}
-
 /// Takes an option with its value into the request; says what is wrong, or returns the empty text.
 std::string take_option(CheckRequest* request, int code, const char* value) {
     if (code == option_list || code == option_json) {
@@ -110,9 +105,9 @@ std::optional<CheckRequest> read_check_request(int argc, char** argv, int* exit_
     CommandOptions options(argc, argv, "h", known_options);
     for (int code = options.next(); code != CommandOptions::end && fault.empty(); code = options.next()) {
         switch (code) {
-        case option_help: *exit_status = answer(usage_text); return std::nullopt;
+        case option_help: *exit_status = print_answer(program, usage_text); return std::nullopt;
         case option_version:
-            *exit_status = answer("itunes-check " ITUNES_IMPORT_VERSION "\n");
+            *exit_status = print_answer(program, "itunes-check " ITUNES_IMPORT_VERSION "\n");
             return std::nullopt;
         case CommandOptions::wrong: fault = options.fault(); break;
         default: fault = take_option(&request, code, CommandOptions::value());

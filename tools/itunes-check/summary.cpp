@@ -128,12 +128,15 @@ void print_tracks(const CheckSummary& summary) {
     const LibraryTally& tally = summary.tally();
     const bool is_well_read = tally.is_whole && tally.layout == LibraryLayout::as_read;
     printf("\nTracks: %u of %u will arrive\n", tally.records(), tally.track_count());
-    print_tracks_of(summary, TrackOutcome::missing, "the file is not there (playlists keep the path)");
-    print_tracks_of(summary, TrackOutcome::copy_protected, "protected (playlists leave them out)");
-    print_tracks_of(summary, TrackOutcome::no_location,
-                    is_well_read ? "no location, as in the cloud (playlists leave them out)"
-                                 : "no location that can be read (playlists leave them out)");
-    print_tracks_of(summary, TrackOutcome::stream, "stream (playlists keep the address)");
+    for (const TrackOutcome outcome : {TrackOutcome::missing, TrackOutcome::copy_protected,
+                                       TrackOutcome::no_location, TrackOutcome::stream}) {
+        const char* reason = track_outcome_words(outcome).text;
+        if (outcome == TrackOutcome::no_location) {
+            reason = is_well_read ? "no location, as in the cloud (playlists leave them out)"
+                                  : "no location that can be read (playlists leave them out)";
+        }
+        print_tracks_of(summary, outcome, reason);
+    }
 }
 
 void print_present_items(const CheckSummary& summary) {

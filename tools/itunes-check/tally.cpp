@@ -2,8 +2,26 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <numeric>
 #include <utility>
+
+namespace {
+
+constexpr TrackOutcomeWords outcome_words[] = {
+    {"record", "records", "will arrive"},
+    {"protected", "protected", "protected (playlists leave them out)"},
+    {"no-location", "no_location", "no location (playlists leave them out)"},
+    {"stream", "stream", "stream (playlists keep the address)"},
+    {"missing", "missing", "the file is not there (playlists keep the path)"},
+};
+static_assert(std::size(outcome_words) == track_outcome_count);
+
+} // namespace
+
+const TrackOutcomeWords& track_outcome_words(TrackOutcome outcome) {
+    return outcome_words[static_cast<size_t>(outcome)];
+}
 
 uint32_t LibraryTally::track_count() const {
     return std::accumulate(tracks.begin(), tracks.end(), 0U);

@@ -25,6 +25,14 @@
 
 constexpr size_t track_outcome_count = 5;
 
+/// What a track's outcome is called.
+struct TrackOutcomeWords {
+    const char* word;  // in lists
+    const char* field; // of their number, in the object that sums up
+    const char* text;  // for people
+};
+[[nodiscard]] const TrackOutcomeWords& track_outcome_words(TrackOutcome outcome);
+
 struct LibraryTally {
     bool is_whole = false; // the library ends with </plist>
     std::string version;   // of the program that wrote it; empty for none

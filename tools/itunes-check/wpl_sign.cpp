@@ -9,6 +9,7 @@
 #include <string_view>
 #include <unistd.h>
 
+#include "tools/shared/descriptor.h"
 #include "tools/shared/utf8.h"
 
 namespace {
@@ -105,21 +106,17 @@ WplSign value_sign(std::string_view value, const Place& place) {
 } // namespace
 
 bool wpl_is_well_formed(const std::string& path) {
-    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0) {
-        return false;
-    }
+    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
     const Parser parser = new_parser();
-    bool is_good = true;
+    bool is_good = file.is_open();
     bool is_over = false;
     while (is_good && !is_over) {
         void* block = XML_GetBuffer(parser.get(), block_size);
-        const ssize_t length = block == nullptr ? -1 : read(descriptor, block, block_size);
+        const ssize_t length = block == nullptr ? -1 : read(file.number(), block, block_size);
         is_over = length == 0;
         is_good = length >= 0 &&
                   went_well(parser, XML_ParseBuffer(parser.get(), static_cast<int>(length), is_over));
     }
-    (void)close(descriptor);
     return is_good;
 }
 

@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <new>
 #include <optional>
 #include <string>
 #include <sys/stat.h>
@@ -12,7 +11,6 @@
 #include <utility>
 #include <vector>
 
-#include "common/upnp_memory.h"
 #include "common/upnp_text.h"
 #include "itunes/import_commit.h"
 #include "itunes/import_run.h"
@@ -29,8 +27,8 @@
 #include "tools/itunes-import-night/verification.h"
 #include "tools/itunes-import-night/workspace.h"
 #include "tools/itunes-prepare/prepare.h"
+#include "tools/shared/companion_main.h"
 #include "tools/shared/items_reader.h"
-#include "tools/shared/standard_streams.h"
 #include "tools/shared/text_output.h"
 
 namespace {
@@ -226,7 +224,7 @@ bool Night::judge() {
     const std::vector<LibraryFailure> failures = library_failures(tally_, present);
     for (const LibraryFailure& failure : failures) {
         std::string reason = failure.reason;
-        if (failure.kind == LibraryFailureKind::share) {
+        if (failure.is_share) {
             reason = to_string(tally_.records()) + " records to come, less than " +
                      to_string(request_.min_share) + " percent of the " + to_string(present_.records) +
                      " in " + escaped(items_path_) +
@@ -352,6 +350,12 @@ int Night::run() {
     return has_page && log_.is_good() ? exit_done : exit_failed;
 }
 
+int run_command_line(int argc, char** argv) {
+    int exit_status = 0;
+    const std::optional<NightRequest> request = read_night_request(argc, argv, &exit_status);
+    return request ? run_night(*request) : exit_status;
+}
+
 } // namespace
 
 int run_night(const NightRequest& request) {
@@ -360,14 +364,5 @@ int run_night(const NightRequest& request) {
 }
 
 int itunes_import_night_main(int argc, char** argv) {
-    fill_standard_descriptors();
-    upnp_mem_init(); // keeps the allocator's note out of what people read
-    try {
-        int exit_status = 0;
-        const std::optional<NightRequest> request = read_night_request(argc, argv, &exit_status);
-        return request ? run_night(*request) : exit_status;
-    } catch (const std::bad_alloc&) {
-        (void)fputs("itunes-import-night: out of memory\n", stderr);
-        return exit_failed;
-    }
+    return companion_main(night_program, run_command_line, argc, argv);
 }

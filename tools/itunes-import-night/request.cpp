@@ -100,18 +100,13 @@ bool is_forgotten(const char* value, const char* argument) {
     return value[0] == '\0' || (value == argument && value[0] == '-');
 }
 
-/// Adds the map in "FROM=TO"; what is wrong with it, or empty.
+/// Adds a map; what is wrong with it, or empty.
 std::string add_map(std::string_view text, std::vector<PathMap>* maps) {
-    const size_t sign = text.find('=');
-    if (sign == std::string_view::npos || sign == 0 || sign + 1 == text.size()) {
+    const int error = add_path_map(maps, text);
+    if (error == EINVAL) {
         return "--map takes FROM=TO, not '" + escaped(text) + "'";
     }
-    std::optional<PathMap> map = PathMap::make(text.substr(0, sign), text.substr(sign + 1));
-    if (!map) {
-        return "--map " + escaped(text) + ": " + strerror(errno);
-    }
-    add_path_map(maps, std::move(*map));
-    return {};
+    return error == 0 ? "" : "--map " + escaped(text) + ": " + strerror(error);
 }
 
 /// Takes one option; what is wrong with it, or empty.
@@ -142,11 +137,6 @@ std::string take_option(NightRequest* request, int code, const char* value) {
     return {};
 }
 
-int answer(const char* text) {
-    fputs(text, stdout);
-    return finish_output(program) ? 0 : 1;
-}
-
 } // namespace
 
 std::optional<NightRequest> read_night_request(int argc, char** argv, int* exit_status) {
@@ -165,8 +155,8 @@ std::optional<NightRequest> read_night_request(int argc, char** argv, int* exit_
         if (code == CommandOptions::wrong) {
             fault = options.fault();
         } else if (code == 'h' || code == option_version) {
-            *exit_status =
-                answer(code == 'h' ? usage_text : "itunes-import-night " ITUNES_IMPORT_VERSION "\n");
+            *exit_status = print_answer(
+                program, code == 'h' ? usage_text : "itunes-import-night " ITUNES_IMPORT_VERSION "\n");
             return std::nullopt;
         } else if (value != nullptr && is_forgotten(value, arguments[static_cast<size_t>(optind - 1)])) {
             fault = "option '" + spelling_of(code) + "' needs a value";

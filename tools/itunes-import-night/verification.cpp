@@ -11,6 +11,7 @@
 #include "server/common/upnp_wpl.h"
 #include "tools/shared/descriptor.h"
 #include "tools/shared/items_reader.h"
+#include "tools/shared/text_pieces.h"
 
 namespace {
 
@@ -50,14 +51,6 @@ std::string footer() {
     return written_by([](UpnpFile* file) { (void)upnp_wpl_write_footer(file); });
 }
 
-size_t count_marks(std::string_view text, std::string_view mark) {
-    size_t count = 0;
-    for (size_t at = text.find(mark); at != std::string_view::npos; at = text.find(mark, at + mark.size())) {
-        ++count;
-    }
-    return count;
-}
-
 /// What was found in a playlist's file.
 struct PlaylistContents {
     bool begins_right = false;
@@ -83,7 +76,7 @@ PlaylistContents read_playlist(int descriptor, const std::string& header, const 
         contents.begins_right = is_first ? text.starts_with(header) : contents.begins_right;
         window.erase(0, window.size() - std::min(window.size(), mark.size() - 1));
         window += text;
-        contents.entries += count_marks(window, mark);
+        contents.entries += count_of(mark, window);
         contents.end += text;
         contents.end.erase(0, contents.end.size() - std::min(contents.end.size(), footer_length));
     }

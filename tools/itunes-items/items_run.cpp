@@ -108,11 +108,6 @@ int print_items(const char* path, Form form) {
     return is_printed ? exit_done : exit_failed;
 }
 
-int print_answer(const char* text) {
-    put_output(text);
-    return finish_output(program) ? exit_done : exit_failed;
-}
-
 } // namespace
 
 int items_run(int argc, char** argv) {
@@ -121,8 +116,8 @@ int items_run(int argc, char** argv) {
     for (int code = options.next(); code != CommandOptions::end; code = options.next()) {
         const Form asked = code == option_json ? Form::json : Form::count;
         switch (code) {
-        case 'h': return print_answer(usage_text);
-        case option_version: return print_answer(version_text);
+        case 'h': return print_answer(program, usage_text);
+        case option_version: return print_answer(program, version_text);
         case option_json:
         case option_count:
             if (form != Form::text && form != asked) {

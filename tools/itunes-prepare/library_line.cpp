@@ -10,6 +10,7 @@
 #include "itunes/library_values.h"
 #include "itunes/plist_scanner.h"
 #include "tools/shared/library_location.h"
+#include "tools/shared/text_pieces.h"
 #include "tools/shared/utf8.h"
 
 namespace {
@@ -115,8 +116,7 @@ LineReading make_integer_line(std::string* line, std::string_view key, std::stri
 LineReading make_date_line(std::string* line, std::string_view key, std::string_view element,
                            std::string_view date) {
     constexpr std::string_view blanks = " \t\n\r";
-    date.remove_prefix(std::min(date.find_first_not_of(blanks), date.size()));
-    date = utf8_first_characters(date.substr(0, date.find_last_not_of(blanks) + 1), date_limit);
+    date = utf8_first_characters(trimmed(date, blanks), date_limit);
     make_line(line, indentation, key, element, as_references(date));
     return LineCopy(*line).compared(library_element_date | library_element_string, date);
 }

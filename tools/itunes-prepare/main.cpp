@@ -5,13 +5,11 @@
 #include <cstdio>
 #include <cstring>
 #include <initializer_list>
-#include <new>
 #include <unistd.h>
 
-#include "common/upnp_memory.h"
 #include "tools/itunes-prepare/options.h"
 #include "tools/itunes-prepare/prepare.h"
-#include "tools/shared/standard_streams.h"
+#include "tools/shared/companion_main.h"
 
 namespace {
 
@@ -46,6 +44,7 @@ void handle_signals() {
 }
 
 int run(int argc, char** argv) {
+    handle_signals();
     PrepareRequest request;
     request.watch = watch_temporary_file;
     const std::optional<int> status = read_options(argc, argv, &request);
@@ -64,13 +63,5 @@ int run(int argc, char** argv) {
 } // namespace
 
 int main(int argc, char** argv) {
-    fill_standard_descriptors();
-    upnp_mem_init(); // keeps the allocator's note out of what people read
-    handle_signals();
-    try {
-        return run(argc, argv);
-    } catch (const std::bad_alloc&) {
-        fputs("itunes-prepare: out of memory\n", stderr);
-        return 1;
-    }
+    return companion_main("itunes-prepare", run, argc, argv);
 }

@@ -41,24 +41,14 @@ constexpr option long_names[] = {
     {nullptr, 0, nullptr, 0},
 };
 
-/// Adds the map in "FROM=TO"; what is wrong with it, or nothing.
+/// Adds a map; what is wrong with it, or nothing.
 std::string add_map(std::string_view text, std::vector<PathMap>* maps) {
-    const size_t sign = text.find('=');
-    if (sign == std::string_view::npos || sign == 0 || sign + 1 == text.size()) {
+    const int error = add_path_map(maps, text);
+    if (error == EINVAL) {
         return "--map takes FROM=TO";
     }
-    std::optional<PathMap> map = PathMap::make(text.substr(0, sign), text.substr(sign + 1));
-    if (!map) {
-        return std::string("the working directory is not to be had: ") +
-               strerror(errno); // NOLINT(concurrency-mt-unsafe)
-    }
-    add_path_map(maps, std::move(*map));
-    return "";
-}
-
-int answer(const char* text) {
-    (void)fputs(text, stdout);
-    return finish_output(program) ? 0 : 1;
+    // NOLINTNEXTLINE(concurrency-mt-unsafe)
+    return error == 0 ? "" : std::string("the working directory is not to be had: ") + strerror(error);
 }
 
 } // namespace
@@ -76,8 +66,8 @@ std::optional<int> read_options(int argc, char** argv, PrepareRequest* request) 
             break;
         case option_no_probe: request->looks_for_spellings = false; break;
         case option_report: request->wants_report = true; break;
-        case 'h': return answer(usage_text);
-        case option_version: return answer(version_text);
+        case 'h': return print_answer(program, usage_text);
+        case option_version: return print_answer(program, version_text);
         default: fault = options.fault(); break;
         }
     }

@@ -50,6 +50,14 @@ void PlaylistMaker::add_number(std::string_view key) {
     playlist_.head += line_;
 }
 
+/// Adds the line of a flag, if the playlist has it.
+void PlaylistMaker::add_flag(std::string_view key, std::string_view element) {
+    if (has(key)) {
+        make_flag_line(&line_, key, element);
+        playlist_.head += line_;
+    }
+}
+
 /// The persistent id to write: the playlist's own where it has one that no other has. Without one the import
 /// would take that of the playlist before it.
 std::string PlaylistMaker::new_id() {
@@ -78,24 +86,15 @@ const PreparedPlaylist& PlaylistMaker::end() {
         add_string("Parent Persistent ID", value("Parent Persistent ID"));
     }
     // The folder first: what hides or skips the playlist itself keeps no folder out of titles.
-    if (has("Folder")) {
-        make_flag_line(&line_, "Folder", "true");
-        playlist_.head += line_;
-        if (is_hidden) {
-            playlist_.items.clear();
-        }
+    add_flag("Folder", "true");
+    if (has("Folder") && is_hidden) {
+        playlist_.items.clear();
     }
-    if (has("Visible")) {
-        make_flag_line(&line_, "Visible", "false");
-        playlist_.head += line_;
-    }
+    add_flag("Visible", "false");
     if (has("Distinguished Kind")) {
         add_number("Distinguished Kind");
     }
-    if (has("Podcasts")) {
-        make_flag_line(&line_, "Podcasts", "true");
-        playlist_.head += line_;
-    }
+    add_flag("Podcasts", "true");
     playlist_.wants_videos = has("Videos") && !gets_no_file;
     playlist_.tail = has("Smart Info") ? "\t\t\t<key>Smart Info</key><data></data>\n" : "";
     return playlist_;

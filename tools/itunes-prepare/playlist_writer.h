@@ -30,6 +30,7 @@ private:
     [[nodiscard]] std::string_view value(std::string_view key) const;
     void add_string(std::string_view key, std::string_view text);
     void add_number(std::string_view key);
+    void add_flag(std::string_view key, std::string_view element);
     std::string new_id();
 
     PrepareReport* report_;

@@ -58,10 +58,7 @@ public:
 
     PrepareResult run() {
         const Target target = target_of(request_.output);
-        if (!open_input()) {
-            return std::move(result_);
-        }
-        if (!find_media()) {
+        if (!open_input() || !find_media()) {
             return std::move(result_);
         }
         if (target.error != 0) {
@@ -178,12 +175,10 @@ private:
     static int copy(int source, int target) {
         std::string block(block_size, '\0');
         for (;;) {
-            const ssize_t length = read(source, block.data(), block.size());
-            if (length <= 0) {
-                return length < 0 ? errno : 0;
-            }
-            const int error = write_all(target, {block.data(), static_cast<size_t>(length)});
-            if (error != 0) {
+            int error = 0;
+            const size_t length = read_up_to(source, block.data(), block.size(), &error);
+            error = error == 0 ? write_all(target, {block.data(), length}) : error;
+            if (error != 0 || length == 0) {
                 return error;
             }
         }

@@ -46,20 +46,11 @@ int WaitingPlaylists::rewind() {
 }
 
 bool WaitingPlaylists::read_exactly(void* bytes, size_t size) {
-    auto* place = static_cast<char*>(bytes);
-    while (size > 0) {
-        const ssize_t count = read(file_.number(), place, size);
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
-        if (count <= 0) {
-            error_ = count < 0 ? errno : EIO;
-            return false;
-        }
-        place += count;
-        size -= static_cast<size_t>(count);
+    const size_t count = read_up_to(file_.number(), bytes, size, &error_);
+    if (error_ == 0 && count < size) {
+        error_ = EIO;
     }
-    return true;
+    return error_ == 0;
 }
 
 bool WaitingPlaylists::next(PreparedPlaylist* playlist) {

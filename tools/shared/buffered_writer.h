@@ -21,6 +21,3 @@ private:
     int error_ = 0;
     std::string kept_;
 };
-
-/// Writes all bytes; the error's number, or 0.
-[[nodiscard]] int write_all(int descriptor, std::string_view bytes);

@@ -50,6 +50,11 @@ std::span<char*> CommandOptions::operands() const {
     return {argv_ + optind, static_cast<size_t>(argc_ - optind)};
 }
 
+int print_answer(const char* program, const char* text) {
+    put_output(text);
+    return finish_output(program) ? 0 : 1;
+}
+
 int wrong_usage(const char* program, const std::string& fault, const char* usage_text) {
     fprintf(stderr, "%s: %s\n%s", program, fault.c_str(), usage_text);
     return exit_usage;

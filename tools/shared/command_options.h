@@ -50,6 +50,10 @@ private:
     std::string fault_;
 };
 
+/// Prints what was asked for, the usage or the version, and closes standard output. Returns the exit status:
+/// 0, or 1 where it got lost.
+int print_answer(const char* program, const char* text);
+
 /// Says on standard error what is wrong, as a line of `program`, then the usage, and returns the exit status
 /// of wrong usage: 2. Values in `fault` are escaped already.
 int wrong_usage(const char* program, const std::string& fault, const char* usage_text);

@@ -1,6 +1,8 @@
 #pragma once
-// A file descriptor that is closed when its owner goes.
+// A file descriptor that is closed when its owner goes, and how all of many bytes pass through one.
 
+#include <cstddef>
+#include <string_view>
 #include <unistd.h>
 #include <utility>
 
@@ -26,3 +28,10 @@ public:
 private:
     int number_ = -1;
 };
+
+/// Reads until `size` bytes are there or the file is at its end, and returns how many are there. `error` gets
+/// the number of the error that ended it sooner, else 0.
+[[nodiscard]] size_t read_up_to(int descriptor, void* bytes, size_t size, int* error);
+
+/// Writes all bytes; the error's number, or 0.
+[[nodiscard]] int write_all(int descriptor, std::string_view bytes);

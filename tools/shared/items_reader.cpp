@@ -6,7 +6,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "server/common/upnp_database.h"
 #include "server/common/upnp_items.h"
+#include "server/common/upnp_property.h"
+#include "tools/shared/descriptor.h"
 
 namespace {
 
@@ -63,14 +66,11 @@ void ItemsReader::fill_window() {
     memmove(window_.data(), window_.data() + start_, length_);
     offset_ += start_;
     start_ = 0;
-    while (!at_end_ && length_ < window_.size()) {
-        const ssize_t got = read(descriptor_, window_.data() + length_, window_.size() - length_);
-        if (got > 0) {
-            length_ += static_cast<uint32_t>(got);
-        } else if (got == 0 || errno != EINTR) {
-            at_end_ = true;
-            error_ = got == 0 ? 0 : errno;
-        }
+    if (!at_end_) {
+        const size_t got =
+            read_up_to(descriptor_, window_.data() + length_, window_.size() - length_, &error_);
+        length_ += static_cast<uint32_t>(got);
+        at_end_ = length_ < window_.size();
     }
 }
 
@@ -118,6 +118,18 @@ std::string ItemsReader::fault_text() const {
     return {};
 }
 
+void for_each_record_path(const std::string& path, const std::function<void(std::string_view)>& use) {
+    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    ItemsReader reader(file.number());
+    for (ItemsRecord record = reader.next(); !record.data.empty(); record = reader.next()) {
+        MediaObject* object = upnp_database_object_create_from_data(
+            record.data.data(), static_cast<uint32_t>(record.data.size()));
+        const char* media_path = upnp_database_object_get_property(object, upnp_property_res);
+        use(media_path == nullptr ? "" : media_path);
+        upnp_database_object_free(object);
+    }
+}
+
 ItemsCount count_items(const std::string& path) {
     struct stat status = {};
     if (stat(path.c_str(), &status) != 0) {
@@ -126,11 +138,6 @@ ItemsCount count_items(const std::string& path) {
     if (!S_ISREG(status.st_mode)) { // a pipe would keep the program waiting for somebody who writes
         return unreadable(S_ISDIR(status.st_mode) ? EISDIR : EINVAL);
     }
-    const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (descriptor < 0) {
-        return unreadable(errno);
-    }
-    ItemsCount count = count_open_file(descriptor);
-    (void)close(descriptor);
-    return count;
+    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    return file.is_open() ? count_open_file(file.number()) : unreadable(errno);
 }

@@ -10,6 +10,7 @@
 //     if (reader.fault() != ItemsFault::none) { ... }
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -76,6 +77,9 @@ struct ItemsCount {
     int error;              // of an unreadable file, else 0
     std::string fault_text; // the reader's, or the system's reason for an unreadable file; else empty
 };
+
+/// Calls `use` with the path of each record of the items file at `path`, as far as it can be read.
+void for_each_record_path(const std::string& path, const std::function<void(std::string_view)>& use);
 
 /// Counts the records of the items file at `path`.
 [[nodiscard]] ItemsCount count_items(const std::string& path);

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "common/upnp_text.h"
+#include "tools/shared/text_pieces.h"
 #include "tools/shared/utf8.h"
 
 namespace {
@@ -106,8 +107,7 @@ bool has_drive_letter(std::string_view path) {
 }
 
 std::optional<std::string> path_of_location(std::string_view location) {
-    location.remove_prefix(std::min(location.find_first_not_of(line_blanks), location.size()));
-    location = location.substr(0, location.find_last_not_of(line_blanks) + 1);
+    location = trimmed(location, line_blanks);
     const size_t scheme = scheme_length(location);
     if (scheme > 0 && !is_same_word(location.substr(0, scheme), "file")) {
         return std::nullopt;

@@ -1,7 +1,8 @@
 #include "tools/shared/library_reader.h"
 
-#include <algorithm>
 #include <cstdlib>
+
+#include "tools/shared/text_pieces.h"
 
 namespace {
 
@@ -158,11 +159,6 @@ bool holds_only(std::string_view text, std::string_view characters) {
     return !text.empty() && text.find_first_not_of(characters) == std::string_view::npos;
 }
 
-std::string_view without_blanks(std::string_view text) {
-    text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
-    return text.substr(0, text.find_last_not_of(blanks) + 1);
-}
-
 } // namespace
 
 PropertyListResult read_library(int descriptor, LibraryListener* listener) {
@@ -177,7 +173,7 @@ bool library_integer(std::string_view text, std::string* number) {
         *number = text;
         return true;
     }
-    text = without_blanks(text);
+    text = trimmed(text, blanks);
     const bool is_negative = text.starts_with('-');
     if (is_negative || text.starts_with('+')) {
         text.remove_prefix(1);

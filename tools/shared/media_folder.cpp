@@ -70,7 +70,7 @@ int MediaFolder::read(const std::string& folder) {
     const int error = read_folder(folder_, true);
     for (uint32_t node = folder_ + 1; error == 0 && node < node_count(); ++node) {
         const int inner_error = is_file(node) ? 0 : read_folder(node, false);
-        if (inner_error != 0 && ++unreadable_count_ <= unreadable_limit) {
+        if (inner_error != 0 && unreadable_.size() < unreadable_limit) {
             unreadable_.push_back({this->path(node), inner_error});
         }
     }
@@ -92,7 +92,6 @@ bool MediaFolder::is_new(int descriptor) {
 int MediaFolder::read_folder(uint32_t node, bool may_be_link) {
     const std::string folder_path = path(node);
     if (folder_path.size() >= path_limit) {
-        is_complete_ = false;
         return 0;
     }
     const int follow = may_be_link ? 0 : O_NOFOLLOW;
@@ -104,7 +103,6 @@ int MediaFolder::read_folder(uint32_t node, bool may_be_link) {
     while (const dirent* entry = stream.next()) {
         const char kind = kind_of(entry, stream.descriptor());
         if (kind != 0 && node_count() + texts.size() >= node_limit) {
-            is_complete_ = false;
             break;
         }
         if (kind != 0) {

@@ -29,12 +29,8 @@ public:
     /// not be read; folders below it that can not are among unreadable().
     [[nodiscard]] int read(const std::string& folder);
 
-    /// The first of the folders below that could not be read, and how many there are.
+    /// The first of the folders below that could not be read.
     [[nodiscard]] const std::vector<UnreadableFolder>& unreadable() const { return unreadable_; }
-    [[nodiscard]] uint64_t unreadable_count() const { return unreadable_count_; }
-
-    /// False where there is more below the folder than is looked at.
-    [[nodiscard]] bool is_complete() const { return is_complete_; }
 
     // Node 0 is "/", and the names that lead to the folder are nodes too. A folder's nodes follow each other.
     [[nodiscard]] uint32_t folder() const { return folder_; }
@@ -78,8 +74,6 @@ private:
     std::vector<Node> nodes_;
     uint32_t folder_ = 0;
     std::vector<UnreadableFolder> unreadable_;
-    uint64_t unreadable_count_ = 0;
-    bool is_complete_ = true;
     std::unordered_set<uint64_t> seen_; // device and number of each folder
     std::vector<Entry> entries_;        // of the folder under way
 };

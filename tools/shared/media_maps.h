@@ -32,7 +32,6 @@ public:
     [[nodiscard]] uint32_t file(uint32_t node) const { return files_[node]; }
 
     [[nodiscard]] bool is_waiting(uint32_t node) const { return is_wanted_[node] && files_[node] == none; }
-    [[nodiscard]] bool is_track(uint32_t node) const { return is_wanted_[node]; }
     [[nodiscard]] const std::vector<Map>& maps() const { return maps_; }
 
 private:

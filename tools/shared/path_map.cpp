@@ -1,11 +1,13 @@
 #include "tools/shared/path_map.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <climits>
 #include <unistd.h>
 
 #include "tools/shared/folded_text.h"
 #include "tools/shared/library_location.h"
+#include "tools/shared/text_pieces.h"
 
 namespace {
 
@@ -14,11 +16,6 @@ constexpr std::string_view location_start = "file:";
 bool is_location(std::string_view from) {
     return folded_text(from.substr(0, location_start.size()), spelling_case) == location_start ||
            has_drive_letter(from) || (!from.empty() && has_drive_letter(from.substr(1)));
-}
-
-std::string_view without_slashes_around(std::string_view path) {
-    path.remove_prefix(std::min(path.find_first_not_of('/'), path.size()));
-    return path.substr(0, path.find_last_not_of('/') + 1);
 }
 
 } // namespace
@@ -46,7 +43,7 @@ std::optional<PathMap> PathMap::make(std::string_view from, std::string_view to)
     map.is_foreign_ = has_drive_letter(start) || start.starts_with("//");
     map.start_ = map.key(start);
     map.components_ = static_cast<size_t>(std::ranges::count(start, '/')) + 1;
-    target = without_slashes_around(target);
+    target = trimmed(target, "/");
     map.target_ = target.empty() ? "" : "/" + target; // two slashes would begin a host
     return map;
 }
@@ -67,11 +64,20 @@ std::optional<std::string> PathMap::apply(std::string_view path) const {
     return std::string(target_).append("/").append(path);
 }
 
-void add_path_map(std::vector<PathMap>* maps, PathMap map) {
-    const auto same = std::ranges::find(*maps, map.start(), &PathMap::start);
-    if (same != maps->end()) {
-        *same = std::move(map);
-    } else {
-        maps->push_back(std::move(map));
+int add_path_map(std::vector<PathMap>* maps, std::string_view text) {
+    const size_t sign = text.find('=');
+    if (sign == std::string_view::npos || sign == 0 || sign + 1 == text.size()) {
+        return EINVAL;
     }
+    std::optional<PathMap> map = PathMap::make(text.substr(0, sign), text.substr(sign + 1));
+    if (!map) {
+        return errno;
+    }
+    const auto same = std::ranges::find(*maps, map->start(), &PathMap::start);
+    if (same != maps->end()) {
+        *same = std::move(*map);
+    } else {
+        maps->push_back(std::move(*map));
+    }
+    return 0;
 }

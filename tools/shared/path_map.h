@@ -28,5 +28,6 @@ private:
     std::string target_;
 };
 
-/// Adds a map, which takes the place of one with the same start.
-void add_path_map(std::vector<PathMap>* maps, PathMap map);
+/// Adds the map that is asked for as "FROM=TO", in place of one with the same start. Returns 0, EINVAL for
+/// any other text, or the error's number where the working directory is not to be had.
+[[nodiscard]] int add_path_map(std::vector<PathMap>* maps, std::string_view text);

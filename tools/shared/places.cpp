@@ -2,18 +2,8 @@
 
 #include <algorithm>
 #include <functional>
-#include <sys/stat.h>
 
 #include "tools/shared/library_location.h"
-
-namespace {
-
-bool exists(const std::string& path) {
-    struct stat status = {};
-    return stat(path.c_str(), &status) == 0;
-}
-
-} // namespace
 
 Places::Places(std::vector<PathMap> maps, PlaceSearch search) : maps_(std::move(maps)), search_(search) {
     std::ranges::stable_sort(maps_, std::greater<>(), [](const PathMap& map) { return map.start().size(); });
@@ -50,7 +40,7 @@ Place Places::find(std::string_view path) {
     if (search_ == PlaceSearch::none) {
         return {candidates.paths.front(), Place::State::not_looked_for, candidates.are_mapped};
     }
-    const auto there = std::ranges::find_if(candidates.paths, exists);
+    const auto there = std::ranges::find_if(candidates.paths, path_exists);
     if (there != candidates.paths.end()) {
         return {*there, Place::State::found, candidates.are_mapped};
     }

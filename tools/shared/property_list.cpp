@@ -1,14 +1,13 @@
 #include "tools/shared/property_list.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <iterator>
 #include <memory>
 #include <new>
 #include <type_traits>
-#include <unistd.h>
 #include <utility>
 
+#include "tools/shared/descriptor.h"
 #include "tools/shared/text_output.h"
 #include "tools/shared/utf8.h"
 
@@ -37,22 +36,6 @@ bool is_container(PlistElement element) {
 
 std::string shown_name(const char* name) {
     return escaped(utf8_first_characters(name, shown_limit));
-}
-
-/// Reads until the block is full or the file at its end; -1, with errno, for an error.
-ssize_t read_block(int descriptor, char* block, size_t size) {
-    size_t length = 0;
-    while (length < size) {
-        const ssize_t count = read(descriptor, block + length, size - length);
-        if (count < 0 && errno == EINTR) {
-            continue;
-        }
-        if (count <= 0) {
-            return count < 0 ? -1 : static_cast<ssize_t>(length);
-        }
-        length += static_cast<size_t>(count);
-    }
-    return static_cast<ssize_t>(length);
 }
 
 PropertyList* list_of(void* context) {
@@ -213,23 +196,22 @@ void PropertyList::judge(XML_Status status) {
 
 void PropertyList::read_blocks(int descriptor) {
     int64_t size = 0;
-    ssize_t length = block_size;
+    size_t length = block_size;
     while (length > 0 && result_.state == PropertyListState::whole) {
         auto* block = static_cast<char*>(XML_GetBuffer(parser_, block_size));
         if (block == nullptr) {
             throw std::bad_alloc();
         }
-        length = read_block(descriptor, block, block_size);
-        if (length < 0) {
+        length = read_up_to(descriptor, block, block_size, &result_.error);
+        if (result_.error != 0) {
             result_.state = PropertyListState::unreadable;
-            result_.error = errno;
             return;
         }
-        if (size == 0 && std::string_view(block, static_cast<size_t>(length)).starts_with("bplist")) {
+        if (size == 0 && std::string_view(block, length).starts_with("bplist")) {
             refuse("a binary property list: export the library as XML");
             return;
         }
-        size += length;
+        size += static_cast<int64_t>(length);
         judge(XML_ParseBuffer(parser_, static_cast<int>(length), length == 0 ? 1 : 0));
         if (length > 0 && size - XML_GetCurrentByteIndex(parser_) > token_limit) {
             refuse("a comment or tag of more than 1 MiB");

@@ -22,11 +22,6 @@ uint32_t hash_of(std::string_view folded) {
     return static_cast<uint32_t>(std::hash<std::string_view>{}(folded));
 }
 
-bool exists(const std::string& path) {
-    struct stat status = {};
-    return stat(path.c_str(), &status) == 0;
-}
-
 /// The components of a path, without empty ones.
 std::vector<std::string_view> names_of(std::string_view path) {
     std::vector<std::string_view> names;
@@ -80,6 +75,11 @@ std::string only_one(const std::vector<std::string>& paths, std::string_view wan
 }
 
 } // namespace
+
+bool path_exists(const std::string& path) {
+    struct stat status = {};
+    return stat(path.c_str(), &status) == 0;
+}
 
 /// Reads the names; false where the directory can not be listed, or not any more.
 bool SpellingSearch::read_listing(Listing* listing, int* error) {
@@ -206,7 +206,7 @@ SpellingAnswer SpellingSearch::find(std::string_view path) {
     if (found.size() > paths_limit) {
         found.clear();
     }
-    std::erase_if(found, [](const std::string& each) { return !exists(each); });
+    std::erase_if(found, [](const std::string& each) { return !path_exists(each); });
     const std::string wanted = path_in(directory, names.back());
     SpellingAnswer answer;
     answer.found = only_one(found, wanted);
@@ -234,7 +234,7 @@ size_t SpellingSearch::existing_length(std::string_view path) {
         if (start == path.size() || end >= path_size) {
             break;
         }
-        if (!exists(std::string(path.substr(0, end)))) {
+        if (!path_exists(std::string(path.substr(0, end)))) {
             not_existing_ = path.substr(0, end);
             break;
         }

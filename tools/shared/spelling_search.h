@@ -17,6 +17,9 @@
 
 #include "tools/shared/folded_text.h"
 
+/// Whether something is at the path, where links lead.
+[[nodiscard]] bool path_exists(const std::string& path);
+
 struct SpellingAnswer {
     std::string found;        // the path that is there; empty for none
     uint32_t differences = 0; // in what it differs
