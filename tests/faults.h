@@ -20,9 +20,11 @@ extern "C" int64_t __real_lseek64(int file, int64_t distance, int from);
 
 namespace {
 
-/// The calls and allocations that fail, or the call at which the run is killed.
+/// The calls and allocations that fail, or the call at which the run is killed or asked to end.
 constexpr int no_fault = 0, call_once = 1, calls_onward = 2, allocation_once = 3, allocations_onward = 4,
-              a_kill = 5, a_short_write = 6; // the latter counts writes only
+              a_kill = 5, a_short_write = 6, // the latter counts writes only
+    a_signal = 7;
+constexpr int ending_signals[] = {SIGTERM, SIGINT, SIGHUP}; // by turns
 
 /// Shared with the children, which count what they do.
 struct Progress {
@@ -34,6 +36,7 @@ struct Progress {
     long lost_syncs;         // files that were closed so
     long unsynced_at_commit; // files, when the items file was replaced
     long syncs_since_commit;
+    long call_of_commit; // its number
 };
 Progress* const shared = static_cast<Progress*>(
     mmap(nullptr, sizeof(Progress), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
@@ -54,6 +57,9 @@ bool call_fails() {
     ++progress->calls;
     if (fault == a_kill && progress->calls == fault_number) {
         raise(SIGKILL);
+    }
+    if (fault == a_signal && progress->calls == fault_number) {
+        raise(ending_signals[fault_number % 3]);
     }
     const bool fails = is_due(progress->calls, call_once, calls_onward);
     errno = fails ? EIO : errno;
@@ -86,7 +92,7 @@ int run_with(int kind, long number, const char* said, int (*program)(int, char**
     if (child == 0) {
         alarm(60); // a run that hangs is killed
         dup2(open("/dev/null", O_WRONLY), STDOUT_FILENO);
-        dup2(open(said, O_WRONLY | O_CREAT, 0644), STDERR_FILENO);
+        dup2(open(said, O_WRONLY | O_CREAT | O_TRUNC, 0644), STDERR_FILENO);
         arguments.insert(arguments.begin(), {"program", "-dbdir", "db", "-playlist-dir", "playlists",
                                              "-itunes-lib", "lib/l.xml", "-logfile", "log/log"});
         arguments.push_back(nullptr);
@@ -127,6 +133,7 @@ void note_end_of(const char* path) {
     if (strcmp(path, "db/itunes.import.items") == 0) {
         progress->unsynced_at_commit = std::ranges::count(progress->unsynced, true) + progress->lost_syncs;
         progress->syncs_since_commit = 0;
+        progress->call_of_commit = progress->calls + 1;
     }
 }
 

@@ -2,7 +2,6 @@
 
 #include "tests/import_fixture.h"
 
-#include <csignal>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -265,31 +264,6 @@ TEST(Night, RemovesWhatKilledNightsLeftAndNothingElse) {
         EXPECT_FALSE(fs::exists(path)) << path;
     }
     EXPECT_TRUE(fs::is_symlink("db/.itunes-import-night-linked"));
-}
-
-TEST(Night, EndsByASignalAndCleansUp) {
-    const House house;
-    std::ofstream("l.xml", std::ios::app) << std::string(4U << 20U, '\n'); // takes seconds to read
-    const std::string line = "exec " TEST_EMULATOR " '" TEST_NIGHT_PROGRAM "' " + usual + "2>err";
-    for (const int number : {SIGTERM, SIGINT, SIGHUP}) {
-        const pid_t child = fork();
-        ASSERT_GE(child, 0);
-        if (child == 0) {
-            execl("/bin/sh", "sh", "-c", line.c_str(), nullptr);
-            _exit(1);
-        }
-        for (int tries = 0; fs::is_empty("db") && tries < 3000; ++tries) {
-            usleep(10000); // until its workspace is there
-        }
-        kill(child, number);
-        int status = 0;
-        waitpid(child, &status, 0);
-        EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == number) << status;
-        EXPECT_EQ(read_file("err"), said("l.xml: ended by a signal (" + std::string(strsignal(number)) +
-                                         "); last night's files stay"));
-        EXPECT_TRUE(fs::is_empty("db"));
-        EXPECT_TRUE(fs::is_empty("pl"));
-    }
 }
 
 TEST(Night, PreparesTheLibraryAndNamesTheUsersOwn) {

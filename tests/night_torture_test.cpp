@@ -1,5 +1,5 @@
 // Whole nights in which one call or allocation fails, or all from one on, or a write takes less than it was given,
-// or which are killed at one call; for every one of them in turn.
+// or which are killed or asked to end at one call; for every one of them in turn.
 
 #include "tests/faults.h"
 #include "tests/import_fixture.h"
@@ -10,6 +10,7 @@
 
 // What a night calls beside what an import does.
 #define OPENAT openat64
+#define MKOSTEMP mkostemp64
 #if __SIZEOF_POINTER__ == 4
 #define FSTAT __fstat64_time64
 #define FSTATAT __fstatat64_time64
@@ -27,10 +28,18 @@ WRAP(int, -1, flock, (int file, int operation), (file, operation), (void)0)
 WRAP(int, -1, pipe2, (int* ends, int flags), (ends, flags), (void)0)
 WRAP(int, -1, access, (const char* path, int mode), (path, mode), (void)0)
 WRAP(char*, nullptr, mkdtemp, (char* path), (path), (void)0)
+WRAP(int, -1, MKOSTEMP, (char* path, int flags), (path, flags), (void)0)
+WRAP(ssize_t, -1, readlink, (const char* path, char* to, size_t n), (path, to, n), (void)0)
+WRAP(int, -1, fchmod, (int file, mode_t mode), (file, mode), (void)0)
+WRAP(DIR*, nullptr, fdopendir, (int file), (file), (void)0)
+WRAP(char*, nullptr, realpath, (const char* path, char* to), (path, to), (void)0)
 
 [[gnu::noinline]] void* operator new(size_t size) {
     void* block = __wrap_malloc(size);
     return block != nullptr || size == 0 ? block : throw std::bad_alloc();
+}
+[[gnu::noinline]] void* operator new(size_t size, const std::nothrow_t& /*tag*/) noexcept {
+    return __wrap_malloc(size);
 }
 [[gnu::noinline]] void operator delete(void* block) noexcept {
     free(block);
@@ -43,14 +52,16 @@ namespace {
 
 const std::string workspace = ".itunes-import-night-";
 
-/// Runs a night with a fault armed; what it says goes to "said".
-int night_with(int kind, long number) {
-    return run_with(kind, number, "said", itunes_import_night_main, {"--verbose"});
-}
-
-/// The tree without what may differ: the log, what was said, and the workspaces that a fault has kept from removal.
+/// The tree without what may differ: the log, what was said, the workspaces that a fault has kept from removal, and
+/// the path of the folder, which prepared libraries hold.
 Tree results() {
     Tree tree = read_tree(".");
+    const std::string here = std::filesystem::current_path();
+    for (auto& [path, bytes] : tree) {
+        for (size_t at = 0; (at = bytes.find(here, at)) != std::string::npos;) {
+            bytes.replace(at, here.size(), "HERE");
+        }
+    }
     std::erase_if(tree, [](const auto& file) {
         return file.first.starts_with("log") || file.first == "said" ||
                file.first.find(workspace) != std::string::npos;
@@ -76,31 +87,36 @@ void check_each_file(const Tree& before, const Tree& after, const Tree& whole) {
     }
 }
 
-} // namespace
-
-TEST(NightTorture, EachFileIsLastNightsOrTheNewOne) {
-    const std::string library = fixture::track(1, "media/one.mp3") + fixture::track(2, "media/two.mp3") +
-                                "<key>Playlists</key>\n" + fixture::playlist("Top", "p", {1, 2}) +
-                                "</plist>\n";
+/// Fails each call and allocation of a night with these options, and ends it at each.
+void torture(const std::string& library, const std::vector<const char*>& options) {
+    const auto night_with = [&options](int kind, long number) {
+        return run_with(kind, number, "said", itunes_import_night_main, options);
+    };
+    const auto lay_out_all = [&library] {
+        lay_out(library);
+        write_file("D:/two.mp3", "");
+        write_file("media/Old/three.mp3", "");
+    };
     Tree whole;
     {
         const TempDir folder;
-        lay_out(library);
+        lay_out_all();
         ASSERT_EQ(night_with(no_fault, 0), 0) << read_file("said");
         EXPECT_EQ(shared->left_in_use, 0);
         EXPECT_EQ(shared->unsynced_at_commit, 1) << "only the log has not reached the disk by then";
         EXPECT_EQ(shared->syncs_since_commit, 2) << "both directories";
         EXPECT_FALSE(has_workspace());
         whole = results();
-        ASSERT_EQ(split(whole[items_file], '>').size(), 2 * 4 + 1U);
+        ASSERT_EQ(split(whole[items_file], '>').size(), 3 * 4 + 1U);
         ASSERT_NE(whole[top], old_playlist);
     }
+    const long call_of_commit = shared->call_of_commit;
     for (const int kind :
-         {call_once, calls_onward, a_short_write, allocation_once, allocations_onward, a_kill}) {
+         {call_once, calls_onward, a_short_write, allocation_once, allocations_onward, a_kill, a_signal}) {
         for (long number = 1;; ++number) {
             SCOPED_TRACE(std::to_string(kind) + " at " + std::to_string(number));
             const TempDir folder;
-            lay_out(library);
+            lay_out_all();
             const Tree before = results();
             const int status = night_with(kind, number);
             if (chances(kind) < number) {
@@ -110,6 +126,14 @@ TEST(NightTorture, EachFileIsLastNightsOrTheNewOne) {
             const Tree after = results();
             if (kind == a_kill) {
                 EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL) << status;
+            } else if (kind == a_signal && number < call_of_commit) {
+                const int ending = ending_signals[number % 3];
+                EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == ending) << status;
+                EXPECT_EQ(said, "itunes-import-night: lib/l.xml: ended by a signal (" +
+                                    std::string(strsignal(ending)) + "); last night's files stay\n");
+                EXPECT_EQ(after, before);
+                EXPECT_FALSE(has_workspace());
+                EXPECT_LT(shared->calls, number + 100) << "soon";
             } else {
                 EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) <= 1) << status;
                 EXPECT_NE(said, "") << "also for what went well, as it was asked";
@@ -125,7 +149,28 @@ TEST(NightTorture, EachFileIsLastNightsOrTheNewOne) {
                 EXPECT_EQ(results(), whole);
                 EXPECT_FALSE(has_workspace());
             }
-            ASSERT_FALSE(HasFailure()) << said;
+            ASSERT_FALSE(testing::Test::HasFailure()) << said;
         }
     }
+}
+
+} // namespace
+
+TEST(NightTorture, OfALibrary) {
+    torture(fixture::track(1, "media/one.mp3") + fixture::track(2, "D:/two.mp3") +
+                fixture::track(3, "media/Old/three.mp3") + "<key>Playlists</key>\n" +
+                fixture::playlist("Top", "p", {1, 2}) + "</plist>\n",
+            {"--verbose"});
+}
+
+// Of a path that a map leads to its file, one of another spelling, and one that the search has to find. None has
+// anything listed above the folder, where neighbours come and go.
+TEST(NightTorture, OfAPreparedLibrary) {
+    torture("<plist><dict><key>Tracks</key><dict><key>1</key><dict>" + fixture::track(1, "/C:/one.mp3") +
+                "<key>2</key><dict>" + fixture::track(2, "/D:/TWO.mp3") + "<key>3</key><dict>" +
+                fixture::track(3, "/E:/Old/three.mp3") + "</dict><key>Playlists</key><array><dict>" +
+                fixture::named("Top") + fixture::number("Playlist ID", "7") + fixture::with_id("p") +
+                fixture::items_key + "<array>" + fixture::plays(1) +
+                "</dict></array></dict></array></dict></plist>",
+            {"--verbose", "--map", "C:=media", "--media=media"});
 }

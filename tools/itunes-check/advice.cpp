@@ -41,7 +41,7 @@ std::string parent_of(const std::string& path) {
 
 /// "sudo " where this user may not make the path.
 const char* sudo_for(std::string path) {
-    while (!path.empty() && path != "/" && !path_exists(path)) {
+    while (!path.empty() && path != "/" && !FileLook().sees(path)) {
         path = parent_of(path);
     }
     return access(path.empty() ? "." : path.c_str(), W_OK) == 0 ? "" : "sudo ";
@@ -118,7 +118,7 @@ std::vector<AbsentBeginning> absent_beginnings(const CheckSummary& summary) {
         return beginnings;
     }
     for (const FolderGroup& group : summary.folders) {
-        const bool is_there = path_exists(group.folder);
+        const bool is_there = FileLook().sees(group.folder);
         const bool is_closed = !is_there && errno == EACCES;
         if (is_map_wanted(group) && !is_closed) {
             add_beginning(summary, group, is_there, &beginnings);

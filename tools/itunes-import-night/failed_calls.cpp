@@ -1,6 +1,5 @@
 #include "tools/itunes-import-night/failed_calls.h"
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -8,12 +7,9 @@
 
 #include "common/upnp_fileio.h"
 #include "common/upnp_memory.h"
+#include "tools/shared/file_look.h"
 
 namespace {
-
-/// The errors that say of a path that nothing is there, and of a name that the file system has no such names.
-constexpr int absence_errors[] = {ENOENT, ENOTDIR, ELOOP, EACCES};
-constexpr int name_errors[] = {ENAMETOOLONG, EINVAL, EILSEQ};
 
 constexpr const char* call_texts[] = {
     "opening a file failed",
@@ -35,15 +31,11 @@ constexpr int none = -1;
 std::array<int, call_count> first_errors; // by call; 0 for a write that took less
 uint32_t refused_before = 0;
 
-bool is_one_of(int error, const auto& errors) {
-    return std::ranges::find(errors, error) != std::end(errors);
-}
-
 bool is_usual(UpnpFileCall call, int error) {
     switch (call) {
-    case UpnpFileCall::stat: return is_one_of(error, absence_errors) || is_one_of(error, name_errors);
-    case UpnpFileCall::unlink: return error == ENOENT || is_one_of(error, name_errors);
-    case UpnpFileCall::open: return is_one_of(error, name_errors);
+    case UpnpFileCall::stat: return is_absence_error(error);
+    case UpnpFileCall::unlink: return error == ENOENT || is_name_error(error);
+    case UpnpFileCall::open: return is_name_error(error);
     default: return false;
     }
 }

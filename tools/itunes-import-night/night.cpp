@@ -172,12 +172,15 @@ bool Night::prepare() {
     preparation.output = source_path_;
     preparation.maps = request_.maps;
     preparation.media = request_.media_dir;
+    preparation.at_each_look = [this] { end_where_ordered(); };
     const PrepareResult result = prepare_library(preparation);
     end_where_ordered();
-    if (result.failure.empty()) {
+    if (result.failure.empty() && result.look_error == 0) {
         return true;
     }
-    std::string reason = result.failure;
+    std::string reason = result.failure.empty()
+                             ? "looking for files failed: " + std::string(strerror(result.look_error))
+                             : result.failure;
     const std::string output = escaped(source_path_); // a name that would be gone
     if (const size_t at = reason.find(output); at != std::string::npos) {
         reason.replace(at, output.size(), "the prepared library");
@@ -245,6 +248,7 @@ bool Night::verify() {
     const std::string fault = items_fault(new_items_path_, tally_.records());
     bool is_whole = fault.empty() || fail(items_path_, fault);
     for (const CheckedPlaylist& playlist : tally_.playlists) {
+        end_where_ordered();
         if (playlist.outcome == CheckedOutcome::file) {
             const std::string playlist_trouble = playlist_fault(playlist_path(playlist), playlist);
             is_whole = (playlist_trouble.empty() ||
@@ -359,10 +363,10 @@ int run_command_line(int argc, char** argv) {
 } // namespace
 
 int run_night(const NightRequest& request) {
-    catch_ending_signals();
     return Night(request).run();
 }
 
 int itunes_import_night_main(int argc, char** argv) {
+    catch_ending_signals();
     return companion_main(night_program, run_command_line, argc, argv);
 }

@@ -52,9 +52,11 @@ public:
     explicit Preparation(const PrepareRequest& request)
         : request_(request),
           looks_(request.looks_for_spellings || request.wants_report || !request.media.empty()),
-          places_(request.maps, request.looks_for_spellings ? PlaceSearch::spellings
-                                : looks_                    ? PlaceSearch::as_it_is
-                                                            : PlaceSearch::none) {}
+          places_(request.maps,
+                  request.looks_for_spellings ? PlaceSearch::spellings
+                  : looks_                    ? PlaceSearch::as_it_is
+                                              : PlaceSearch::none,
+                  request.at_each_look) {}
 
     PrepareResult run() {
         const Target target = target_of(request_.output);
@@ -71,6 +73,7 @@ public:
         if (result_.failure.empty()) {
             result_.report = result_.counts.text(request_.wants_report, looks_);
         }
+        result_.look_error = places_.error() != 0 ? places_.error() : media_.folder().error();
         return std::move(result_);
     }
 
@@ -112,8 +115,12 @@ private:
             result_.failure = "can not keep " + escaped(request_.input) + ": " + reason(keeping_error);
             return false;
         }
-        (void)add_library_files(input_.number(), &places_, &media_); // damage is told by the second reading
-        const int error = media_.look_through(request_.media);
+        const PropertyListResult reading = add_library_files(input_.number(), &places_, &media_);
+        if (reading.state == PropertyListState::unreadable) { // damage is told by the second reading
+            fail_reading(reading.error);
+            return false;
+        }
+        const int error = media_.look_through(request_.media, request_.at_each_look);
         if (error != 0 || lseek(input_.number(), start, SEEK_SET) < 0) {
             result_.failure = "can not read " + escaped(request_.media) + ": " + reason(error);
             return false;
@@ -126,6 +133,10 @@ private:
         return true;
     }
 
+    void fail_reading(int error) {
+        result_.failure = "can not read " + escaped(request_.input) + ": " + reason(error);
+    }
+
     void fail_writing(int error) {
         result_.failure = "can not write " + shown_output(request_) + ": " + reason(error);
     }
@@ -135,15 +146,14 @@ private:
         BufferedWriter output(descriptor);
         LibraryWriter writer(&output, &places_, &result_.counts, folder);
         const PropertyListResult reading = read_library(input_.number(), &writer);
-        const std::string input = escaped(request_.input);
         const int error = writer.finish();
         if (!writer.failure().empty()) {
             result_.failure = writer.failure();
         } else if (reading.state == PropertyListState::unreadable) {
-            result_.failure = "can not read " + input + ": " + reason(reading.error);
+            fail_reading(reading.error);
         } else if (reading.state == PropertyListState::damaged) {
-            result_.failure = input + ": line " + std::to_string(reading.line) + ", column " +
-                              std::to_string(reading.column) + ": " + reading.reason;
+            result_.failure = escaped(request_.input) + ": line " + std::to_string(reading.line) +
+                              ", column " + std::to_string(reading.column) + ": " + reading.reason;
         } else if (error != 0) {
             fail_writing(error);
         }

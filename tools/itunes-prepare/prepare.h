@@ -7,6 +7,7 @@
 //     const PrepareResult result = prepare_library(request);
 //     if (!result.failure.empty()) { ... }
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -22,12 +23,14 @@ struct PrepareRequest {
     bool looks_for_spellings = true;
     bool wants_report = false; // all that was done, not only what is amiss
     TemporaryFileWatch watch = nullptr;
+    std::function<void()> at_each_look = nullptr; // called before each look for a file; may end the process
 };
 
 struct PrepareResult {
     std::string failure{}; // why there is no prepared library, escaped; empty where there is one
     std::string report{};  // lines to print; empty for none
     PrepareReport counts{};
+    int look_error = 0; // the first that has left open whether a file is there, which then counts as missing
 };
 
 /// Reads the whole input and writes the output: a file beside its place, renamed once it is complete; a

@@ -18,12 +18,16 @@ constexpr uint32_t node_limit = 5'000'000; // folders and files; some 50 bytes e
 constexpr size_t unreadable_limit = 100;   // that are kept
 
 /// What an entry is: 'f' for a file, 'd' for a folder, 0 for all else.
-char kind_of(const dirent* entry, int directory) {
+char kind_of(const dirent* entry, int directory, FileLook* look) {
     if (entry->d_type == DT_REG || entry->d_type == DT_DIR) {
         return entry->d_type == DT_REG ? 'f' : 'd';
     }
     struct stat status = {};
-    if (entry->d_type != DT_UNKNOWN || fstatat(directory, entry->d_name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+    if (entry->d_type != DT_UNKNOWN) {
+        return 0;
+    }
+    if (fstatat(directory, entry->d_name, &status, AT_SYMLINK_NOFOLLOW) != 0) {
+        look->note(errno);
         return 0;
     }
     return S_ISREG(status.st_mode) ? 'f' : S_ISDIR(status.st_mode) ? 'd' : '\0';
@@ -61,7 +65,7 @@ void MediaFolder::add_way_to(std::string_view folder) {
     }
 }
 
-int MediaFolder::read(const std::string& folder) {
+int MediaFolder::read(const std::string& folder, const std::function<void()>& at_each_folder) {
     const std::string path = absolute_path(folder);
     if (path.empty()) {
         return errno;
@@ -69,7 +73,11 @@ int MediaFolder::read(const std::string& folder) {
     add_way_to(path);
     const int error = read_folder(folder_, true);
     for (uint32_t node = folder_ + 1; error == 0 && node < node_count(); ++node) {
+        if (at_each_folder && !is_file(node)) {
+            at_each_folder();
+        }
         const int inner_error = is_file(node) ? 0 : read_folder(node, false);
+        look_.note(inner_error);
         if (inner_error != 0 && unreadable_.size() < unreadable_limit) {
             unreadable_.push_back({this->path(node), inner_error});
         }
@@ -101,7 +109,7 @@ int MediaFolder::read_folder(uint32_t node, bool may_be_link) {
     }
     std::vector<std::string> texts; // sorted, so that numbers of names do not depend on the file system
     while (const dirent* entry = stream.next()) {
-        const char kind = kind_of(entry, stream.descriptor());
+        const char kind = kind_of(entry, stream.descriptor(), &look_);
         if (kind != 0 && node_count() + texts.size() >= node_limit) {
             break;
         }
@@ -156,6 +164,9 @@ std::string MediaFolder::path(uint32_t node) const {
 
 uint64_t MediaFolder::size(uint32_t node) const {
     struct stat status = {};
-    const bool is_known = stat(path(node).c_str(), &status) == 0 && S_ISREG(status.st_mode);
-    return is_known && status.st_size > 0 ? static_cast<uint64_t>(status.st_size) : 0;
+    if (stat(path(node).c_str(), &status) != 0) {
+        look_.note(errno);
+        return 0;
+    }
+    return S_ISREG(status.st_mode) && status.st_size > 0 ? static_cast<uint64_t>(status.st_size) : 0;
 }

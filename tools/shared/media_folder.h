@@ -6,12 +6,14 @@
 // same in whatever order the file system lists names.
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <sys/types.h>
 #include <unordered_set>
 #include <vector>
 
+#include "tools/shared/file_look.h"
 #include "tools/shared/name_table.h"
 
 /// A folder that could not be read.
@@ -26,11 +28,14 @@ public:
     explicit MediaFolder(NameTable* names);
 
     /// Reads all names below the folder, once. Returns 0, or the error number of why the folder itself can
-    /// not be read; folders below it that can not are among unreadable().
-    [[nodiscard]] int read(const std::string& folder);
+    /// not be read; folders below it that can not are among unreadable(). `at_each_folder` is called first.
+    [[nodiscard]] int read(const std::string& folder, const std::function<void()>& at_each_folder = nullptr);
 
     /// The first of the folders below that could not be read.
     [[nodiscard]] const std::vector<UnreadableFolder>& unreadable() const { return unreadable_; }
+
+    /// The first error that may have hidden a file, or a file's size; 0 for none.
+    [[nodiscard]] int error() const { return look_.error(); }
 
     // Node 0 is "/", and the names that lead to the folder are nodes too. A folder's nodes follow each other.
     [[nodiscard]] uint32_t folder() const { return folder_; }
@@ -74,6 +79,7 @@ private:
     std::vector<Node> nodes_;
     uint32_t folder_ = 0;
     std::vector<UnreadableFolder> unreadable_;
+    mutable FileLook look_;             // sizes are looked at later
     std::unordered_set<uint64_t> seen_; // device and number of each folder
     std::vector<Entry> entries_;        // of the folder under way
 };

@@ -39,8 +39,11 @@ public:
     void add(std::string_view path, uint64_t size, bool is_there);
 
     /// Reads the names below a folder, once, after the last file of the library. Returns 0 or the error
-    /// number of why the folder itself can not be read.
-    [[nodiscard]] int look_through(const std::string& folder) { return trees_.folder.read(folder); }
+    /// number of why the folder itself can not be read. `at_each_folder` is called before each folder.
+    [[nodiscard]] int look_through(const std::string& folder,
+                                   const std::function<void()>& at_each_folder = nullptr) {
+        return trees_.folder.read(folder, at_each_folder);
+    }
 
     /// What was met there: folders that could not be read, whether anything was left out.
     [[nodiscard]] const MediaFolder& folder() const { return trees_.folder; }

@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <functional>
+#include <utility>
 
 #include "tools/shared/library_location.h"
 
-Places::Places(std::vector<PathMap> maps, PlaceSearch search) : maps_(std::move(maps)), search_(search) {
+Places::Places(std::vector<PathMap> maps, PlaceSearch search, std::function<void()> at_each_look)
+    : maps_(std::move(maps)), search_(search), at_each_look_(std::move(at_each_look)) {
     std::ranges::stable_sort(maps_, std::greater<>(), [](const PathMap& map) { return map.start().size(); });
 }
 
@@ -36,11 +38,15 @@ std::string Places::mapped(std::string_view path) const {
 }
 
 Place Places::find(std::string_view path) {
+    if (at_each_look_) {
+        at_each_look_();
+    }
     const Candidates candidates = this->candidates(path);
     if (search_ == PlaceSearch::none) {
         return {candidates.paths.front(), Place::State::not_looked_for, candidates.are_mapped};
     }
-    const auto there = std::ranges::find_if(candidates.paths, path_exists);
+    const auto there = std::ranges::find_if(
+        candidates.paths, [this](const std::string& candidate) { return look_.sees(candidate); });
     if (there != candidates.paths.end()) {
         return {*there, Place::State::found, candidates.are_mapped};
     }

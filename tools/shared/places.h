@@ -1,10 +1,12 @@
 #pragma once
 // Finds where the files of a library's tracks are on this machine.
 
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "tools/shared/file_look.h"
 #include "tools/shared/media_search.h"
 #include "tools/shared/path_map.h"
 #include "tools/shared/spelling_search.h"
@@ -31,8 +33,8 @@ struct Place {
 
 class Places {
 public:
-    /// Of maps that fit a path, that with the longest start counts.
-    Places(std::vector<PathMap> maps, PlaceSearch search);
+    /// Of maps that fit a path, that with the longest start counts. `at_each_look` is called before each search.
+    Places(std::vector<PathMap> maps, PlaceSearch search, std::function<void()> at_each_look = nullptr);
 
     /// From now on, files that are not in their places are where this search, borrowed, has found them. They
     /// are missing where it has not.
@@ -44,6 +46,9 @@ public:
     /// The likeliest path, without looking for a file.
     [[nodiscard]] std::string mapped(std::string_view path) const;
 
+    /// The first error that has left open whether a file is there; 0 for none.
+    [[nodiscard]] int error() const { return look_.error() != 0 ? look_.error() : spellings_.error(); }
+
 private:
     struct Candidates {
         std::vector<std::string> paths; // the likeliest first
@@ -53,6 +58,8 @@ private:
 
     std::vector<PathMap> maps_;
     PlaceSearch search_;
+    std::function<void()> at_each_look_;
+    FileLook look_;
     const MediaSearch* media_ = nullptr;
     SpellingSearch spellings_{spelling_accents | spelling_case};
 };

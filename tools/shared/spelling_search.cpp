@@ -5,7 +5,6 @@
 #include <cstring>
 #include <functional>
 #include <initializer_list>
-#include <sys/stat.h>
 
 #include "tools/shared/directory_stream.h"
 
@@ -76,11 +75,6 @@ std::string only_one(const std::vector<std::string>& paths, std::string_view wan
 
 } // namespace
 
-bool path_exists(const std::string& path) {
-    struct stat status = {};
-    return stat(path.c_str(), &status) == 0;
-}
-
 /// Reads the names; false where the directory can not be listed, or not any more.
 bool SpellingSearch::read_listing(Listing* listing, int* error) {
     DirectoryStream entries(listing->directory.empty() ? "." : listing->directory.c_str());
@@ -100,6 +94,7 @@ bool SpellingSearch::read_listing(Listing* listing, int* error) {
         listing->texts.append(entry->d_name).push_back('\0');
     }
     *error = entries.error();
+    look_.note(*error);
     std::ranges::sort(listing->names, {}, &Listing::Name::hash);
     return *error == 0;
 }
@@ -206,7 +201,7 @@ SpellingAnswer SpellingSearch::find(std::string_view path) {
     if (found.size() > paths_limit) {
         found.clear();
     }
-    std::erase_if(found, [](const std::string& each) { return !path_exists(each); });
+    std::erase_if(found, [this](const std::string& each) { return !look_.sees(each); });
     const std::string wanted = path_in(directory, names.back());
     SpellingAnswer answer;
     answer.found = only_one(found, wanted);
@@ -234,7 +229,7 @@ size_t SpellingSearch::existing_length(std::string_view path) {
         if (start == path.size() || end >= path_size) {
             break;
         }
-        if (!path_exists(std::string(path.substr(0, end)))) {
+        if (!look_.sees(std::string(path.substr(0, end)))) {
             not_existing_ = path.substr(0, end);
             break;
         }

@@ -15,10 +15,8 @@
 #include <unordered_set>
 #include <vector>
 
+#include "tools/shared/file_look.h"
 #include "tools/shared/folded_text.h"
-
-/// Whether something is at the path, where links lead.
-[[nodiscard]] bool path_exists(const std::string& path);
 
 struct SpellingAnswer {
     std::string found;        // the path that is there; empty for none
@@ -42,6 +40,9 @@ public:
     /// How many bytes of the path, as it stands, lead to something that exists: whole components without the
     /// slash behind them; 0 for none.
     [[nodiscard]] size_t existing_length(std::string_view path);
+
+    /// The first error that has left open whether a file is there; 0 for none.
+    [[nodiscard]] int error() const { return look_.error(); }
 
 private:
     static constexpr uint64_t default_names_limit = 20'000'000; // some 20 seconds
@@ -71,6 +72,7 @@ private:
 
     const uint32_t differences_;
     const uint64_t names_limit_;
+    FileLook look_;
     uint64_t names_read_ = 0;
     bool is_known_ = true;
     Listings listings_; // that used last first
