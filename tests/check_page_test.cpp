@@ -4,6 +4,7 @@
 #include "tests/companion_fixture.h"
 
 #include "tools/itunes-check/wpl_sign.h"
+#include "tools/shared/text_pieces.h"
 
 namespace {
 
@@ -11,14 +12,6 @@ constexpr char browse[] =
     "timeout 60 /usr/bin/chromium --headless --no-sandbox --disable-gpu --disable-quic --no-first-run "
     "--disable-background-networking --disable-component-update --disable-sync --user-data-dir=browser "
     "--dump-dom 'file://";
-
-size_t count_of(const std::string& part, const std::string& whole) {
-    size_t count = 0;
-    for (size_t at = 0; (at = whole.find(part, at)) != std::string::npos; at += part.size()) {
-        ++count;
-    }
-    return count;
-}
 
 /// A library in which one file is there and others are not, among them one with a name that would act in a page.
 class Page : public Companion {

@@ -25,10 +25,7 @@ protected:
 
     /// Compares all that was printed; the folder is called /HERE there.
     void expect_said(const std::string& name) {
-        for (size_t at = 0; (at = said_.find(folder_.path(), at)) != std::string::npos;) {
-            said_.replace(at, folder_.path().size(), "/HERE");
-        }
-        expect_golden(said_, name);
+        expect_golden(replaced(said_, folder_.path(), "/HERE"), name);
     }
 
     const TempDir folder_;

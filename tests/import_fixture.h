@@ -12,7 +12,9 @@
 
 #include "common/upnp_text.h"
 #include "itunes/import_run.h"
+#include "itunes/library_values.h"
 #include "itunes/library_walk.h"
+#include "itunes/plist_scanner.h"
 
 namespace fixture {
 
@@ -60,9 +62,24 @@ inline void lay_out(const std::string& tracks, const std::string& playlists = ""
     }
 }
 
-/// What a run with these words of the shell changed below the folder it ran in: what is new or has other bytes,
-/// log times masked, and what is `gone`; and beside it as "status", "stdout" and "stderr" whatever differs from
-/// a run that went well, which prints nothing but the allocator's note.
+/// The bundled library with its media files below `media`, which ends in a slash: all but one are laid out
+/// there.
+inline std::string bundled_library(const std::string& media) {
+    const std::string library = replaced(read_file(source_path("examples/iTunes Music Library.xml")),
+                                         "file://localhost/music/library/", "file://localhost" + media);
+    for (std::string line : split(library, '\n')) {
+        std::string location = take(itunes_get_value(line.data(), "string"));
+        const std::string path = take(itunes_location_to_path(location.data()));
+        if (path.starts_with(media) && path.find("(lost)") == std::string::npos) {
+            write_file(path, "");
+        }
+    }
+    return library;
+}
+
+/// What a run with these words of the shell changed below the folder it ran in: what is new or has other
+/// bytes, log times masked, and what is `gone`; and beside it as "status", "stdout" and "stderr" whatever
+/// differs from a run that went well, which prints nothing but the allocator's note.
 inline const std::string gone = "(gone)";
 inline const std::string note = "upnp_malloc: MemCriticalSection not initialized\n";
 inline Tree run(const std::string& arguments) {

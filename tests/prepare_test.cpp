@@ -1,6 +1,6 @@
 // itunes-prepare: what it writes, the import brings whole, whatever layout the library came in.
 
-#include "tests/support.h"
+#include "tests/import_fixture.h"
 
 #include <cerrno>
 #include <sys/stat.h>
@@ -33,13 +33,6 @@ protected:
     }
     TempDir folder;
 };
-
-std::string replaced(std::string text, const std::string& from, const std::string& to) {
-    for (size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size()) {
-        text.replace(at, from.size(), to);
-    }
-    return text;
-}
 
 std::string text(const std::string& key, const std::string& value) {
     return "<key>" + key + "</key><string>" + value + "</string>";
@@ -74,7 +67,7 @@ std::string plays(const std::vector<std::string>& track_ids) {
 } // namespace
 
 TEST_F(Prepare, ALibraryArrivesFromEveryLayoutAsADirectImportHasIt) {
-    const std::string bundled = read_file(source_path("examples/iTunes Music Library.xml"));
+    const std::string bundled = fixture::bundled_library(folder.path() + "/media/");
     // Written so that the import itself reads a plus sign.
     const Tree expected = imported(replaced(bundled, "Salt+", "Salt&#43;"));
     ASSERT_EQ(expected.size(), 13U);
@@ -92,10 +85,11 @@ TEST_F(Prepare, ALibraryArrivesFromEveryLayoutAsADirectImportHasIt) {
 }
 
 TEST_F(Prepare, PlaylistsAreWrittenAsTheImportReadsThemBest) {
-    const std::vector<std::string> tracks = {
-        integer("Track ID", "1") + text("Location", "file:///lost"),
-        integer("Track ID", "2") + text("Location", "file:///x") + "<key>Protected</key><true/>",
-        integer("Track ID", "3"), integer("Track ID", "2147483647") + text("Location", "http://x")};
+    const std::vector<std::string> tracks = {integer("Track ID", "2147483647") + text("Location", "http://x"),
+                                             integer("Track ID", "1") + text("Location", "file:///lost"),
+                                             integer("Track ID", "2") + text("Location", "file:///x") +
+                                                 "<key>Protected</key><true/>",
+                                             integer("Track ID", "3")};
     const std::string videos = "<key>Videos</key><true/>";
     const std::string smart = "<key>Smart Info</key><data></data>";
     const std::string podcasts = "<key>Podcasts</key><true/>";
@@ -104,6 +98,7 @@ TEST_F(Prepare, PlaylistsAreWrittenAsTheImportReadsThemBest) {
     const std::string parent = text("Parent Persistent ID", "P");
     const std::string name = text("Name", "A");
     const std::string one = plays({"1"});
+    const std::string key = "Playlist Persistent ID";
     const std::string stream = plays({"2147483647"});
     const std::string silent = plays({"2", "3", "-1"});
     const struct {
@@ -122,18 +117,18 @@ TEST_F(Prepare, PlaylistsAreWrittenAsTheImportReadsThemBest) {
         {"a smart folder, which gives a title", one + smart + group, group + smart + one},
         {"a parent", one + parent + name, parent + one},
         {"a parent of no name", one + parent, one},
+        {"an id that is too long", text(key, std::string(128, 'i')) + one, one},
         {"numbers of no track", plays({"0", "2147483648", "x"}), plays({})},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        const std::string expected = text("Playlist Persistent ID", "itunes-prepare-1") + row.written +
-                                     "</dict></array></dict></plist>";
+        const std::string expected =
+            text(key, "itunes-prepare-1") + row.written + "</dict></array></dict></plist>";
         for (const bool playlists_first : {false, true}) {
             const std::string written = prepared(library_of(tracks, {row.keys}, playlists_first));
             EXPECT_TRUE(replaced(replaced(written, "\n", ""), "\t", "").ends_with(expected)) << written;
         }
     }
-    const std::string key = "Playlist Persistent ID";
     const std::string late = text(key, "B") + text("Name", "Late");
     const std::string result = prepared(library_of({}, {late, text(key, "itunes-prepare-4"), late, ""}));
     EXPECT_NE(result.find(text("Name", "Late")), std::string::npos) << result;
@@ -146,6 +141,10 @@ TEST_F(Prepare, ADateStaysOneAndLongTextsAreCut) {
     const std::string blanks(65'535, ' '); // and one character more is kept
     const std::string written = prepared(library_of({date + blanks + "12</date>"}, {}));
     EXPECT_NE(written.find(date + "1</date>"), std::string::npos) << written;
+    const std::string version = text("Application Version", std::string(65, 'v'));
+    const std::string cut =
+        prepared(replaced(library_of({}, {}), "<plist><dict>", "<plist><dict>" + version));
+    EXPECT_NE(cut.find(">" + std::string(64, 'v') + "<"), std::string::npos) << cut;
 }
 
 TEST(WholeFile, IsMadeBesideItsPlaceAndSaysWhyItCanNotGetThere) {
@@ -289,7 +288,7 @@ TEST_F(Prepare, WrongUsageSaysWhatWasWrong) {
         {{"--map=a=", "a"}, "--map takes FROM=TO"}, {{"--bogus", "a"}, "unknown option '--bogus'"},
     };
     const std::string usage = run({"-h"}).out;
-    ASSERT_TRUE(usage.starts_with("usage: itunes-prepare "));
+    expect_golden(usage, "prepare-usage.txt");
     for (const auto& [arguments, words] : rows) {
         const RunResult result = run(arguments);
         EXPECT_EQ(result.status, 2);

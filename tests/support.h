@@ -116,6 +116,13 @@ inline std::string mask_times(std::string text) {
 }
 
 /// The pieces of a text between its separators.
+inline std::string replaced(std::string text, const std::string& from, const std::string& to) {
+    for (size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size()) {
+        text.replace(at, from.size(), to);
+    }
+    return text;
+}
+
 inline std::vector<std::string> split(const std::string& text, char separator) {
     std::vector<std::string> pieces;
     std::istringstream stream(text + separator);
