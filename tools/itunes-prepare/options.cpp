@@ -38,7 +38,7 @@ constexpr option long_names[] = {
     {"report", no_argument, nullptr, option_report},
     {"help", no_argument, nullptr, 'h'},
     {"version", no_argument, nullptr, option_version},
-    {nullptr, 0, nullptr, 0},
+    {},
 };
 
 /// Adds a map; what is wrong with it, or nothing.

@@ -47,16 +47,17 @@ Target target_of(const std::string& output) {
     return target;
 }
 
+PlaceSearch search_of(const PrepareRequest& request) {
+    if (request.looks_for_spellings) {
+        return PlaceSearch::spellings;
+    }
+    return request.wants_report || !request.media.empty() ? PlaceSearch::as_it_is : PlaceSearch::none;
+}
+
 class Preparation {
 public:
     explicit Preparation(const PrepareRequest& request)
-        : request_(request),
-          looks_(request.looks_for_spellings || request.wants_report || !request.media.empty()),
-          places_(request.maps,
-                  request.looks_for_spellings ? PlaceSearch::spellings
-                  : looks_                    ? PlaceSearch::as_it_is
-                                              : PlaceSearch::none,
-                  request.at_each_look) {}
+        : request_(request), places_(request.maps, search_of(request), request.at_each_look) {}
 
     PrepareResult run() {
         const Target target = target_of(request_.output);
@@ -71,7 +72,7 @@ public:
             write_file();
         }
         if (result_.failure.empty()) {
-            result_.report = result_.counts.text(request_.wants_report, looks_);
+            result_.report = result_.counts.text(request_.wants_report);
         }
         result_.look_error = places_.error() != 0 ? places_.error() : media_.folder().error();
         return std::move(result_);
@@ -210,7 +211,6 @@ private:
     }
 
     const PrepareRequest& request_;
-    const bool looks_;
     Places places_;
     MediaSearch media_;
     Descriptor input_;

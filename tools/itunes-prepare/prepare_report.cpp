@@ -12,23 +12,22 @@ constexpr size_t example_limit = 5;
 
 struct Row {
     PrepareReport::Kind kind;
-    bool is_amiss;     // told even where not the whole report is wanted
-    bool needs_search; // told only where files were looked for
-    bool is_rare;      // left out of the whole report, too, where there is none
+    bool is_amiss; // told even where not the whole report is wanted
+    bool is_rare;  // left out of the whole report, too, where there is none
     const char* words;
 };
 
 // clang-format off
 constexpr Row rows[] = {
-    {PrepareReport::missing,        true,  true,  false, "missing"},
-    {PrepareReport::too_long,       true,  false, false, "lines longer than 1023 bytes, lost to the import"},
-    {PrepareReport::read_otherwise, false, false, true,  "values that the import reads otherwise"},
-    {PrepareReport::found,          false, true,  false, "found"},
-    {PrepareReport::respelled,      false, true,  false, "found under another spelling"},
-    {PrepareReport::other,          false, false, false, "without a file here (protected, streams, in the cloud)"},
-    {PrepareReport::mapped,         false, false, false, "mapped"},
-    {PrepareReport::elsewhere,      false, false, true,  "found below the folder of --media"},
-    {PrepareReport::unreadable,     true,  false, true,  "folders below it that can not be read"},
+    {PrepareReport::missing,        true,  false, "missing"},
+    {PrepareReport::too_long,       true,  false, "lines longer than 1023 bytes, lost to the import"},
+    {PrepareReport::read_otherwise, false, true,  "values that the import reads otherwise"},
+    {PrepareReport::found,          false, false, "found"},
+    {PrepareReport::respelled,      false, false, "found under another spelling"},
+    {PrepareReport::other,          false, false, "without a file here (protected, streams, in the cloud)"},
+    {PrepareReport::mapped,         false, false, "mapped"},
+    {PrepareReport::elsewhere,      false, true,  "found below the folder of --media"},
+    {PrepareReport::unreadable,     true,  true,  "folders below it that can not be read"},
 };
 // clang-format on
 
@@ -41,13 +40,13 @@ void PrepareReport::count(Kind kind, std::string example) {
     }
 }
 
-std::string PrepareReport::text(bool is_whole, bool has_looked) const {
+std::string PrepareReport::text(bool is_whole) const {
     static_assert(std::size(rows) == kinds);
     std::string lines;
     for (const Row& row : rows) {
         const uint64_t number = counts_[row.kind];
         const bool is_told = is_whole ? number > 0 || !row.is_rare : number > 0 && row.is_amiss;
-        if (!is_told || (row.needs_search && !has_looked)) {
+        if (!is_told) {
             continue;
         }
         char text[32];

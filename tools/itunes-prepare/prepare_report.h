@@ -27,9 +27,8 @@ public:
     [[nodiscard]] uint64_t playlists() const { return playlists_; }
     [[nodiscard]] uint64_t counted(Kind kind) const { return counts_[kind]; }
 
-    /// The lines to print, escaped; none where nothing is amiss and not the whole report is wanted. Files are
-    /// told of only where they were looked for.
-    [[nodiscard]] std::string text(bool is_whole, bool has_looked) const;
+    /// The lines to print, escaped; none where nothing is amiss and not the whole report is wanted.
+    [[nodiscard]] std::string text(bool is_whole) const;
 
 private:
     static constexpr size_t kinds = 9;
