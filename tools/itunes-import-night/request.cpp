@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <span>
 #include <string_view>
 #include <utility>
 
@@ -137,6 +138,17 @@ std::string take_option(NightRequest* request, int code, const char* value) {
     return {};
 }
 
+/// What is wrong with the whole, or empty.
+std::string fault_of(const NightRequest& request, std::span<char*> operands) {
+    if (!operands.empty()) {
+        return "unknown argument '" + escaped(operands.front()) + "'";
+    }
+    if (request.database_dir.empty()) {
+        return "-dbdir is missing";
+    }
+    return request.library_path.empty() ? "-itunes-lib is missing" : "";
+}
+
 } // namespace
 
 std::optional<NightRequest> read_night_request(int argc, char** argv, int* exit_status) {
@@ -164,15 +176,7 @@ std::optional<NightRequest> read_night_request(int argc, char** argv, int* exit_
             fault = take_option(&request, code, value == nullptr ? "" : value);
         }
     }
-    if (fault.empty() && !options.operands().empty()) {
-        fault = "unknown argument '" + escaped(options.operands().front()) + "'";
-    }
-    if (fault.empty() && request.database_dir.empty()) {
-        fault = "-dbdir is missing";
-    }
-    if (fault.empty() && request.library_path.empty()) {
-        fault = "-itunes-lib is missing";
-    }
+    fault = fault.empty() ? fault_of(request, options.operands()) : fault;
     if (!fault.empty()) {
         *exit_status = wrong_usage(program, fault, usage_text);
         return std::nullopt;

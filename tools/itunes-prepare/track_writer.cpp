@@ -18,6 +18,21 @@ uint8_t element_bit(PlistElement element) {
     }
 }
 
+/// Makes the line of a key with its value.
+LineReading make_line(std::string* line, const LibraryKey& row, PlistElement element, std::string_view text) {
+    switch (element) {
+    case PlistElement::integer: return make_integer_line(line, row.name, text);
+    case PlistElement::date: return make_date_line(line, row.name, "date", text);
+    case PlistElement::string:
+        return (row.elements & library_element_date) != 0
+                   ? make_date_line(line, row.name, "string", text)
+                   : make_string_line(line, row.name, {as_references(text)}, text);
+    default:
+        make_flag_line(line, row.name, element == PlistElement::boolean_false ? "false" : "true");
+        return LineReading::same;
+    }
+}
+
 } // namespace
 
 const LibraryKey* library_key_row(std::span<const LibraryKey> rows, std::string_view key,
@@ -83,19 +98,8 @@ void TrackWriter::add(std::string_view key, PlistElement element, std::string_vi
         location_ = text;
         return;
     }
-    std::string* line = line_of(row);
-    switch (element) {
-    case PlistElement::integer: note(make_integer_line(line, key, number), key); break;
-    case PlistElement::date: note(make_date_line(line, key, "date", text), key); break;
-    case PlistElement::string:
-        if ((row->elements & library_element_date) != 0) {
-            note(make_date_line(line, key, "string", text), key);
-        } else {
-            note(make_string_line(line, key, {as_references(text)}, text), key);
-        }
-        break;
-    default: make_flag_line(line, key, element == PlistElement::boolean_false ? "false" : "true"); break;
-    }
+    const bool is_integer = element == PlistElement::integer;
+    note(make_line(line_of(row), *row, element, is_integer ? number : text), key);
     if (key == "Track Type") {
         type_ = text;
     }
