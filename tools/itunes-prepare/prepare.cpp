@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "tools/itunes-prepare/library_writer.h"
+#include "tools/itunes-prepare/prepare_report.h"
 #include "tools/shared/library_files.h"
 #include "tools/shared/text_output.h"
 
@@ -72,7 +73,7 @@ public:
             write_file();
         }
         if (result_.failure.empty()) {
-            result_.report = result_.counts.text(request_.wants_report);
+            result_.report = counts_.text(request_.wants_report);
         }
         result_.look_error = places_.error() != 0 ? places_.error() : media_.folder().error();
         return std::move(result_);
@@ -129,7 +130,7 @@ private:
         media_.match();
         places_.use_media(&media_);
         for (const UnreadableFolder& folder : media_.folder().unreadable()) {
-            result_.counts.count(PrepareReport::unreadable, folder.path + ": " + reason(folder.error));
+            counts_.count(PrepareReport::unreadable, folder.path + ": " + reason(folder.error));
         }
         return true;
     }
@@ -145,7 +146,7 @@ private:
     /// Writes the library to the descriptor; false where that failed, with its failure noted.
     bool write_library(int descriptor, const std::string& folder) {
         BufferedWriter output(descriptor);
-        LibraryWriter writer(&output, &places_, &result_.counts, folder);
+        LibraryWriter writer(&output, &places_, &counts_, folder);
         const PropertyListResult reading = read_library(input_.number(), &writer);
         const int error = writer.finish();
         if (!writer.failure().empty()) {
@@ -214,6 +215,7 @@ private:
     Places places_;
     MediaSearch media_;
     Descriptor input_;
+    PrepareReport counts_;
     PrepareResult result_;
 };
 

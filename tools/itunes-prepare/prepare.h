@@ -11,7 +11,6 @@
 #include <string>
 #include <vector>
 
-#include "tools/itunes-prepare/prepare_report.h"
 #include "tools/shared/path_map.h"
 #include "tools/shared/whole_file.h"
 
@@ -29,7 +28,6 @@ struct PrepareRequest {
 struct PrepareResult {
     std::string failure{}; // why there is no prepared library, escaped; empty where there is one
     std::string report{};  // lines to print; empty for none
-    PrepareReport counts{};
     int look_error = 0; // the first that has left open whether a file is there, which then counts as missing
 };
 

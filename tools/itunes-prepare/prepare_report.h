@@ -23,9 +23,7 @@ public:
     void count(Kind kind, std::string example);
     void count_track() { ++tracks_; }
     void count_playlist() { ++playlists_; }
-    [[nodiscard]] uint64_t tracks() const { return tracks_; }
     [[nodiscard]] uint64_t playlists() const { return playlists_; }
-    [[nodiscard]] uint64_t counted(Kind kind) const { return counts_[kind]; }
 
     /// The lines to print, escaped; none where nothing is amiss and not the whole report is wanted.
     [[nodiscard]] std::string text(bool is_whole) const;
