@@ -25,7 +25,7 @@ TEST(LayoutCounter, TakesAKeyWithItsValueFromALine) {
          "<key>Parent Persistent ID</key><string>B</string>\n",
          as_read, 4, 0},
         {"<key>Protected</key><true/>\n", as_read, 1, 0},
-        {"<key>Protected</key>\n<true/>\n", no_library, 0, 0}, // the literal is not there
+        {"<key>Protected</key>\n<true/>\n", other, 0, 1}, // the literal is not there
         {"<key>Date Modified</key><date>2020</date>\n", as_read, 1, 0},
         {"<key>Artist</key>\n<string>a</string>\n", other, 0, 1},
         {"<key>Artist</key>a</string>\n", other, 0, 1},

@@ -8,7 +8,7 @@ using namespace fixture;
 
 /// A fresh folder, and what the lines that were run in it printed.
 class Companion : public testing::Test {
-protected:
+public:
     /// Runs lines of the shell, where `check` and `items` are the programs.
     void run(const auto&... lines) { (run_one(lines), ...); }
     void run_one(const std::string& line) {

@@ -80,13 +80,12 @@ struct Check {
     std::optional<CheckedMedia> media{};
     std::optional<LibraryPage> page{};
     TrackExplanation explanation{};
-    HeardTitles titles{};
+    std::vector<HeardTrack> tracks{};
     CheckedLibrary library{};
 };
 
 void hear_track(Check* check, const TrackReport& report) {
-    const bool is_compared = report.outcome == TrackOutcome::record && report.title != nullptr;
-    check->titles.push_back(is_compared ? track_title_number(report.title) : 0);
+    check->tracks.push_back({report.track_id, report.outcome == TrackOutcome::record});
     switch (check->request.form) {
     case OutputForm::list: print_track_line(report); break;
     case OutputForm::json: print_track_object(report); break;
@@ -127,11 +126,16 @@ LibraryTally tally_import(Check* check, const std::string& directory) {
     return listener.finish(import_run.temp_dir);
 }
 
-/// Whether the workspace holds all records; not so on a full disk.
-bool is_complete(const LibraryTally& tally) {
+/// Where the records are that the library gets.
+std::string new_items_path() {
     char items_path[import_path_size];
     import_run_temp_items_path(items_path);
-    return count_items(items_path).records == tally.records();
+    return items_path;
+}
+
+/// Whether the workspace holds all records; not so on a full disk.
+bool is_complete(const LibraryTally& tally) {
+    return count_items(new_items_path()).records == tally.records();
 }
 
 /// Reads the library as an import does and as a property list, and compares.
@@ -142,7 +146,7 @@ void check_library(Check* check, const std::string& directory) {
     if (library.tally.layout == LibraryLayout::no_library) {
         return; // which says it all
     }
-    const LibraryMeaning meaning(library.path, check->titles);
+    const LibraryMeaning meaning(library.path, check->tracks, new_items_path());
     library.damage = meaning.damage();
     library.losses = find_losses(meaning, library.tally);
     library.main_lists = count_unlisted_main(meaning, library.tally);

@@ -61,6 +61,31 @@ std::string_view key_of(const char* line, std::string_view text) {
     return key == keys.end() ? std::string_view() : *key;
 }
 
+/// Keys that count by what follows them on their line, as in "<key>Protected</key><true/>".
+std::vector<std::string> flag_keys() {
+    std::vector<std::string> keys;
+    for (const auto& rows : {itunes_track_keys(), itunes_playlist_keys()}) {
+        for (const LibraryKey& key : rows) {
+            if ((key.elements & (library_element_true | library_element_false)) != 0) {
+                keys.push_back("<key>" + std::string(key.name) + "</key>");
+            }
+        }
+    }
+    return keys;
+}
+
+/// The flag's key that stands at the end of a line; empty for none.
+std::string_view flag_alone(std::string_view text) {
+    text = trimmed(text, " \t\r\n");
+    if (!text.ends_with("</key>")) {
+        return {};
+    }
+    static const std::vector<std::string> keys = flag_keys();
+    const auto key =
+        std::ranges::find_if(keys, [text](const std::string& each) { return text.ends_with(each); });
+    return key == keys.end() ? std::string_view() : *key;
+}
+
 } // namespace
 
 void LayoutCounter::add_line(const char* line) {
@@ -69,14 +94,19 @@ void LayoutCounter::add_line(const char* line) {
         note_version(text); // in another layout
         version_follows_ = false;
     }
-    if (!holds(text, key_tag)) {
-        return;
+    if (holds(text, key_tag)) {
+        count_keys(line, text);
+        in_playlists_ = in_playlists_ || holds(text, "<key>Playlists</key>");
+        if (!in_playlists_ && holds(text, "<key>Track ID</key>")) {
+            ++tracks_;
+        }
     }
-    count_keys(line, text);
-    in_playlists_ = in_playlists_ || holds(text, "<key>Playlists</key>");
-    if (!in_playlists_ && holds(text, "<key>Track ID</key>")) {
-        ++tracks_;
-    }
+    line_ += text.ends_with('\n') ? 1 : 0; // a long line comes in pieces
+}
+
+void LayoutCounter::add_lost(std::string_view key) {
+    const std::string_view name = key.substr(key_tag.size(), key.find("</") - key_tag.size());
+    lost_values_.add("line " + std::to_string(line_) + ": " + std::string(name));
 }
 
 void LayoutCounter::count_keys(const char* line, std::string_view text) {
@@ -84,10 +114,22 @@ void LayoutCounter::count_keys(const char* line, std::string_view text) {
     if (key.empty()) {
         has_sections_ =
             has_sections_ || holds(text, "<key>Tracks</key>") || holds(text, "<key>Playlists</key>");
+        if (const std::string_view flag = flag_alone(text); !flag.empty()) {
+            add_lost(flag);
+        }
         return;
     }
-    ++(holds_value(text, key) ? keys_beside_ : keys_apart_);
-    keys_apart_ += static_cast<uint32_t>(count_of(key_tag, text) - 1);
+    if (holds_value(text, key)) {
+        ++keys_beside_;
+    } else {
+        add_lost(key);
+    }
+    const size_t own = text.find(key);
+    for (size_t at = text.find(key_tag); at != std::string_view::npos; at = text.find(key_tag, at + 1)) {
+        if (at != own) {
+            add_lost(text.substr(at));
+        }
+    }
     if (key == version_key && version_.empty()) {
         note_version(text);
         version_follows_ = version_.empty();
@@ -104,13 +146,13 @@ void LayoutCounter::note_version(std::string_view text) {
 }
 
 LibraryLayout LayoutCounter::layout() const {
-    if (keys_apart_ > keys_beside_) {
+    if (keys_apart() > keys_beside_) {
         return LibraryLayout::other;
     }
     if (keys_beside_ == 0 && !has_sections_) {
         return LibraryLayout::no_library;
     }
-    return keys_apart_ > 0 ? LibraryLayout::partly : LibraryLayout::as_read;
+    return keys_apart() > 0 ? LibraryLayout::partly : LibraryLayout::as_read;
 }
 
 bool library_ends_whole(const std::string& path) {

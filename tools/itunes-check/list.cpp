@@ -62,17 +62,17 @@ void print_playlist_objects(const std::vector<CheckedPlaylist>& playlists) {
 
 void print_loss_lines(const std::vector<LibraryLoss>& losses) {
     for (const LibraryLoss& loss : losses) {
-        printf("loss\t%s\t%zu\t%s\n", loss_word(loss.kind), loss.count,
-               escaped(loss.examples.front()).c_str());
+        printf("loss\t%s\t%zu\t%s\n", loss_word(loss.kind), loss.lost.count,
+               escaped(loss.lost.examples.front()).c_str());
     }
 }
 
 void print_loss_objects(const std::vector<LibraryLoss>& losses) {
     for (const LibraryLoss& loss : losses) {
         printf("{\"kind\":\"loss\",\"loss\":\"%s\",\"count\":%zu,\"examples\":[", loss_word(loss.kind),
-               loss.count);
+               loss.lost.count);
         const char* separator = "";
-        for (const std::string& example : loss.examples) {
+        for (const std::string& example : loss.lost.examples) {
             printf("%s%s", separator, json_string(example).c_str());
             separator = ",";
         }

@@ -1,52 +1,65 @@
 #include "tools/itunes-check/losses.h"
 
 #include <algorithm>
+#include <array>
+#include <climits>
 #include <optional>
 #include <unordered_map>
 
 namespace {
 
-constexpr size_t example_limit = 5;
 constexpr size_t title_limit = 250; // bytes; a longer one has no file, and may be cut
 
 /// Gathers losses by kind.
 class Losses {
 public:
-    void add(LossKind kind, const std::string& example) {
-        LibraryLoss& loss = losses_[static_cast<size_t>(kind)];
-        ++loss.count;
-        if (loss.examples.size() < example_limit) {
-            loss.examples.push_back(example);
+    CountedExamples& of(LossKind kind) { return losses_[static_cast<size_t>(kind)]; }
+
+    /// All kinds of which there are any.
+    [[nodiscard]] std::vector<LibraryLoss> take() {
+        std::vector<LibraryLoss> losses;
+        for (size_t kind = 0; kind < loss_kind_count; ++kind) {
+            if (losses_[kind].count > 0) {
+                losses.push_back({static_cast<LossKind>(kind), std::move(losses_[kind])});
+            }
         }
-    }
-    std::vector<LibraryLoss> take() {
-        std::erase_if(losses_, [](const LibraryLoss& loss) { return loss.count == 0; });
-        return std::move(losses_);
+        return losses;
     }
 
 private:
-    std::vector<LibraryLoss> losses_ = {{LossKind::folders, 0, {}},    {LossKind::titles, 0, {}},
-                                        {LossKind::replaced, 0, {}},   {LossKind::no_file, 0, {}},
-                                        {LossKind::extra_file, 0, {}}, {LossKind::track_titles, 0, {}},
-                                        {LossKind::track_ids, 0, {}}};
+    std::array<CountedExamples, loss_kind_count> losses_;
 };
+
+/// Whether the library means a playlist to get no file.
+bool is_left_out(const MeantPlaylist& meant) {
+    return meant.is_built_in || meant.is_smart || meant.is_hidden || meant.entries == 0;
+}
 
 bool has_file(const CheckedPlaylist& heard) {
     return heard.outcome == CheckedOutcome::file || heard.outcome == CheckedOutcome::replaced ||
            heard.outcome == CheckedOutcome::not_moved;
 }
 
-/// What is lost of one playlist, but for its being replaced.
+/// Whether a playlist is left out for a reason that the library may not mean.
+bool is_lost(const CheckedPlaylist& heard) {
+    switch (heard.outcome) {
+    case CheckedOutcome::not_listed:
+    case CheckedOutcome::smart:
+    case CheckedOutcome::built_in:
+    case CheckedOutcome::nothing_to_play: return true;
+    default: return false;
+    }
+}
+
+/// What is lost of one playlist, but for its being replaced and for its entries.
 std::optional<LossKind> loss_of(const MeantPlaylist& meant, const std::string& title,
                                 const CheckedPlaylist& heard) {
     if (!has_file(heard)) {
-        const bool is_taken_for_another = heard.outcome == CheckedOutcome::not_listed ||
-                                          heard.outcome == CheckedOutcome::smart ||
-                                          heard.outcome == CheckedOutcome::built_in;
-        const bool is_lost = is_taken_for_another && !meant.is_left_out() && !meant.name.empty();
-        return is_lost ? std::optional(LossKind::no_file) : std::nullopt;
+        const bool is_meant =
+            !is_left_out(meant) && !meant.name.empty() && playlist_file_name(title, "M").size() <= NAME_MAX;
+        return is_meant && is_lost(heard) ? std::optional(LossKind::no_file) : std::nullopt;
     }
-    if (meant.is_left_out()) {
+    if (is_left_out(meant)) {
         return LossKind::extra_file;
     }
     if (title == heard.title || title.size() > title_limit) {
@@ -67,17 +80,23 @@ void compare_playlists(const LibraryMeaning& meaning, const std::vector<CheckedP
         const std::string title = meaning.full_title(meant[index]);
         const std::optional<LossKind> loss = loss_of(meant[index], title, heard[index]);
         if (loss) {
-            losses->add(*loss, title);
+            losses->of(*loss).add(title);
         }
-        if (has_file(heard[index]) && !meant[index].is_left_out()) {
-            files[index] = playlist_file_name(title, heard[index].type);
+        if (is_left_out(meant[index])) {
+            continue;
+        }
+        if (has_file(heard[index]) && heard[index].entries != meant[index].entries) {
+            losses->of(LossKind::entries).add(title);
+        }
+        if (has_file(heard[index]) || loss) { // which does not tell the type: most are of music
+            files[index] = playlist_file_name(title, has_file(heard[index]) ? heard[index].type : "M");
             last_of_file[files[index]] = index;
         }
     }
     for (size_t index = 0; index < meant.size(); ++index) {
         const bool would_stay = !files[index].empty() && last_of_file[files[index]] == index;
         if (heard[index].outcome == CheckedOutcome::replaced && would_stay) {
-            losses->add(LossKind::replaced, meaning.full_title(meant[index]));
+            losses->of(LossKind::replaced).add(meaning.full_title(meant[index]));
         }
     }
 }
@@ -91,7 +110,11 @@ const char* loss_word(LossKind kind) {
     case LossKind::replaced: return "replaced";
     case LossKind::no_file: return "no-file";
     case LossKind::extra_file: return "extra-file";
+    case LossKind::entries: return "entries";
+    case LossKind::tracks: return "tracks";
     case LossKind::track_titles: return "track-titles";
+    case LossKind::track_texts: return "track-texts";
+    case LossKind::values: return "values";
     case LossKind::track_ids: return "track-ids";
     }
     return "";
@@ -100,11 +123,12 @@ const char* loss_word(LossKind kind) {
 std::vector<LibraryLoss> find_losses(const LibraryMeaning& meaning, const LibraryTally& tally) {
     Losses losses;
     compare_playlists(meaning, tally.playlists, &losses);
-    for (const std::string& title : meaning.other_titles()) {
-        losses.add(LossKind::track_titles, title);
-    }
+    losses.of(LossKind::tracks) = meaning.unheard_tracks();
+    losses.of(LossKind::track_titles) = meaning.other_titles();
+    losses.of(LossKind::track_texts) = meaning.other_texts();
+    losses.of(LossKind::values) = tally.lost_values;
     for (const int32_t id : meaning.doubled_ids()) {
-        losses.add(LossKind::track_ids, std::to_string(id));
+        losses.of(LossKind::track_ids).add(std::to_string(id));
     }
     return losses.take();
 }

@@ -3,23 +3,40 @@
 #include <algorithm>
 #include <cstring>
 #include <fcntl.h>
-#include <functional>
-#include <vector>
+#include <iterator>
 
-#include "tools/shared/descriptor.h"
+#include "server/common/upnp_database.h"
+#include "server/common/upnp_items.h"
+#include "server/common/upnp_property.h"
 
 namespace {
 
-constexpr size_t title_limit = 900; // bytes; the line of a longer one may be too long
 constexpr size_t path_limit = 4096; // bytes of a title, of which the import takes fewer
+
+struct TrackText {
+    std::string_view key;
+    int16_t property;
+};
+constexpr TrackText track_texts[] = {
+    {"Name", upnp_property_title},
+    {"Artist", upnp_property_artist},
+    {"Album Artist", upnp_property_album_artist},
+    {"Composer", upnp_property_author},
+    {"Album", upnp_property_album},
+    {"Genre", upnp_property_genre},
+};
+static_assert(std::size(track_texts) == track_text_count);
 
 } // namespace
 
-LibraryMeaning::LibraryMeaning(const std::string& path, const HeardTitles& heard) : heard_(heard) {
+LibraryMeaning::LibraryMeaning(const std::string& path, const std::vector<HeardTrack>& heard,
+                               const std::string& items_path)
+    : heard_(heard), items_file_(open(items_path.c_str(), O_RDONLY | O_CLOEXEC)),
+      items_(items_file_.number()) {
     const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
     result_ = read_library(file.number(), this);
-    if (tracks_ != heard.size()) {
-        other_titles_.clear();
+    if (heard_count_ != heard.size()) {
+        unheard_tracks_ = other_titles_ = other_texts_ = {};
     }
     for (size_t index = 0; index < playlists_.size(); ++index) {
         const MeantPlaylist& playlist = playlists_[index];
@@ -68,18 +85,58 @@ std::vector<int32_t> LibraryMeaning::doubled_ids() const {
 }
 
 void LibraryMeaning::begin_track(std::string_view /*key*/) {
-    ++tracks_;
+    track_id_ = 0;
+    std::ranges::for_each(texts_, [](std::string& text) { text.clear(); });
+    has_location_ = false;
+    is_protected_ = false;
 }
 
 void LibraryMeaning::track_value(std::string_view key, PlistElement element, std::string_view text) {
     if (key == "Track ID" && element == PlistElement::integer) {
-        track_ids_.push_back(library_track_id(text).value_or(0));
-    } else if (key == "Name" && element == PlistElement::string) {
-        const uint64_t heard = tracks_ > heard_.size() ? 0 : heard_[tracks_ - 1];
-        if (heard != 0 && heard != track_title_number(text) && text.size() <= title_limit) {
-            other_titles_.emplace_back(text);
+        track_id_ = library_track_id(text).value_or(0);
+    } else if (key == "Protected" && element == PlistElement::boolean_true) {
+        is_protected_ = true;
+    } else if (element == PlistElement::string) {
+        has_location_ = has_location_ || key == "Location";
+        const auto* row = std::ranges::find(track_texts, key, &TrackText::key);
+        if (row != std::end(track_texts)) {
+            texts_[row - track_texts] = text;
         }
     }
+}
+
+void LibraryMeaning::end_track() {
+    track_ids_.push_back(track_id_);
+    if (!is_protected_) {
+        playable_.add(track_id_, has_location_);
+    }
+    const int32_t heard_id =
+        heard_count_ == heard_.size() ? 0 : heard_[heard_count_].id; // 0 where it was lost
+    if (heard_count_ == heard_.size() || (heard_id != 0 && heard_id != track_id_)) {
+        unheard_tracks_.add(texts_[0].empty() ? std::to_string(track_id_) : texts_[0]);
+    } else if (heard_[heard_count_++].has_record) {
+        compare_record();
+    }
+}
+
+/// Compares the texts of a track with those of its record. What the record lacks is lost with its line.
+void LibraryMeaning::compare_record() {
+    const ItemsRecord record = items_.next();
+    MediaObject* object =
+        upnp_database_object_create_from_data(record.data.data(), static_cast<uint32_t>(record.data.size()));
+    for (size_t index = 0; index < track_text_count; ++index) {
+        const char* text = upnp_database_object_get_property(object, track_texts[index].property);
+        if (text != nullptr && !texts_[index].empty() && texts_[index] != text) {
+            const bool is_title = index == 0;
+            (is_title ? other_titles_ : other_texts_)
+                .add((is_title ? "" : std::string(track_texts[index].key) + ": ") + texts_[index]);
+        }
+    }
+    upnp_database_object_free(object);
+}
+
+void LibraryMeaning::end_tracks() {
+    playable_.settle();
 }
 
 void LibraryMeaning::begin_playlist() {
@@ -108,12 +165,12 @@ void LibraryMeaning::playlist_value(std::string_view key, PlistElement element, 
     }
 }
 
+void LibraryMeaning::playlist_item(int32_t track_id) {
+    playlists_.back().entries += playable_.contains(track_id) ? 1 : 0;
+}
+
 void LibraryMeaning::end_playlist() {
     if (!playlists_.back().has_name) {
         playlists_.pop_back();
     }
-}
-
-uint64_t track_title_number(std::string_view title) {
-    return std::max<uint64_t>(std::hash<std::string_view>{}(title), 1);
 }

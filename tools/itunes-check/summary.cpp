@@ -62,9 +62,13 @@ const char* loss_text(LossKind kind) {
     case LossKind::folders: return "without the folders in front of a playlist's title";
     case LossKind::titles: return "with another title of a playlist";
     case LossKind::replaced: return "overwritten because of that";
-    case LossKind::no_file: return "without a file, as if the playlist were of another kind";
-    case LossKind::extra_file: return "with a file, though the list is built in, smart or hidden";
+    case LossKind::no_file: return "without a file, as if built in, smart, hidden or with nothing to play";
+    case LossKind::extra_file: return "with a file, though built in, smart, hidden or with nothing to play";
+    case LossKind::entries: return "with fewer or more entries of a playlist";
+    case LossKind::tracks: return "not at all, though the library has the track";
     case LossKind::track_titles: return "with another title of a track that arrives";
+    case LossKind::track_texts: return "with another artist, album, composer or genre of one";
+    case LossKind::values: return "without a value that does not stand whole on its key's line";
     case LossKind::track_ids: return "with an id of several tracks, of which playlists find one";
     }
     return "";
@@ -76,8 +80,8 @@ void print_losses(const std::vector<LibraryLoss>& losses) {
     }
     puts("\nWhat the import reads otherwise than the library means it");
     for (const LibraryLoss& loss : losses) {
-        printf("  %6zu %s\n", loss.count, loss_text(loss.kind));
-        for (const std::string& example : loss.examples) {
+        printf("  %6zu %s\n", loss.lost.count, loss_text(loss.kind));
+        for (const std::string& example : loss.lost.examples) {
             printf("           %s\n", escaped(example).c_str());
         }
     }

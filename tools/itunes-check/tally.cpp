@@ -82,6 +82,7 @@ LibraryTally TallyListener::finish(const std::string& workspace) {
     tally_.layout = layout_.layout();
     tally_.keys_beside = layout_.keys_beside();
     tally_.keys_apart = layout_.keys_apart();
+    tally_.lost_values = layout_.lost_values();
     tally_.playlists = playlists_.finish(workspace);
     return std::move(tally_);
 }

@@ -39,6 +39,7 @@ struct LibraryTally {
     LibraryLayout layout = LibraryLayout::no_library;
     uint32_t keys_beside = 0; // see LayoutCounter
     uint32_t keys_apart = 0;
+    CountedExamples lost_values;                           // of the keys apart, each by its line and key
     std::array<uint32_t, track_outcome_count> tracks = {}; // by outcome
     std::vector<CheckedPlaylist> playlists;                // all, in the library's order
 

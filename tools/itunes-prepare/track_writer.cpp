@@ -43,15 +43,6 @@ const LibraryKey* library_key_row(std::span<const LibraryKey> rows, std::string_
     return is_taken ? &*row : nullptr;
 }
 
-void PlayableTracks::settle() {
-    std::ranges::stable_sort(tracks_, {}, &Track::id);
-}
-
-bool PlayableTracks::contains(int32_t track_id) const {
-    const auto first = std::ranges::lower_bound(tracks_, track_id, {}, &Track::id);
-    return first != tracks_.end() && first->id == track_id && first->has_location;
-}
-
 void TrackWriter::begin(std::string_view key) {
     number_ = key;
     line_count_ = 0;

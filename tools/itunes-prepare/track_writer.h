@@ -13,23 +13,8 @@
 #include "tools/itunes-prepare/prepare_report.h"
 #include "tools/shared/buffered_writer.h"
 #include "tools/shared/places.h"
+#include "tools/shared/playable_tracks.h"
 #include "tools/shared/property_list.h"
-
-/// Which tracks can be played from playlists: eight bytes for each.
-class PlayableTracks {
-public:
-    void add(int32_t track_id, bool has_location) { tracks_.push_back({track_id, has_location}); }
-    /// To be called once all are there.
-    void settle();
-    [[nodiscard]] bool contains(int32_t track_id) const;
-
-private:
-    struct Track {
-        int32_t id;
-        bool has_location;
-    };
-    std::vector<Track> tracks_; // sorted by id; of equal ones the first counts, as in the import
-};
 
 class TrackWriter {
 public:
