@@ -153,17 +153,11 @@ TEST_F(Check, SaysWhatIsReadOtherwiseThanItIsMeant) {
         {named("C++"), p("P"), "track-titles\t1\tC++\n"},
         {named("C++") + flag("Protected"), "", ""}, // does not arrive
         {"</dict>\n<key>2</key>\n<dict>\n" + number("Track ID", "1"), "", "track-ids\t1\t1\n"},
-        {"", whole_playlist("F", "f", {}, flag("Folder")) + p("P", inside("f")), ""},
-        {"", in_folder, "folders\t1\tF/P\n"},
         {"", in_folder + late("P", "q", ""), "folders\t1\tF/P\nreplaced\t1\tF/P\n"},
         {"", p("R+B") + p("R B"), "titles\t1\tR+B\n"},
-        {"", p("R B") + p("R/B"), ""}, // meet in any case
-        {"", late("Top", "p", smart), ""},
         {"", late("Top", "p", number("Distinguished Kind", "4")), "extra-file\t1\tTop\n"},
-        {"", late("Top", "p", "<key>Visible</key><false/>\n"), ""},
         {"<key>Artist</key>\n<string>X</string>\n", "", "values\t1\tline 9: Artist\n"},
         {text("Artist", "C+C"), "", "track-texts\t1\tArtist: C+C\n"},
-        {"", whole_playlist("P", "p", {1, 1}) + "\n", ""},
         {"", "<dict>\n" + named("P") + "<key>Playlist Persistent ID</key>\n<string>p</string>\n" + items,
          "no-file\t1\tP\nvalues\t1\tline 16: Playlist Persistent ID\n"},
         {"", p("P", inside("Q")) + p("Q", inside("P")), ""},                         // a circle
@@ -199,10 +193,9 @@ std::string field(const std::string& object, const std::string& name) {
 
 /// What an import of a library brings, as JSON objects: playlists by their number, records by their path.
 std::map<std::string, std::string> brought_by(const std::string& library_path) {
-    std::filesystem::create_directory("db");
-    run_import({"-dbdir", "db", "-itunes-lib", library_path});
+    run_import({"-dbdir", ".", "-itunes-lib", library_path});
     const RunResult result = Companion::result_of("check --json " + library_path +
-                                                  " | grep '\"kind\":\"playlist\"'; items --json db/*.items");
+                                                  " | grep '\"kind\":\"playlist\"'; items --json *.items");
     std::map<std::string, std::string> brought;
     for (const std::string& object : split(result.out, '\n')) {
         const std::string path = field(object, "res");
