@@ -32,6 +32,7 @@ TEST_F(CheckMedia, PrintsACommandThatWorks) {
               "{\"kind\":\"map\",\"tracks\":2,\"from\":\"/m/a=b%\",\"to\":\"" + media + "new $x\"}\n");
     const std::string summary = result_of("check --media 'me dia' \"it's.xml\"").out;
     EXPECT_NE(summary.find("the 4 files that were found below\n  me dia, of 5 that"), std::string::npos);
+    EXPECT_EQ(summary.find("If the files of /"), std::string::npos); // which the command leads to
     const size_t start = summary.find("    itunes-prepare ");
     ASSERT_NE(start, std::string::npos) << summary;
     const size_t end = summary.find("prepared.xml\n", start) + 13;

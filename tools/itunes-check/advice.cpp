@@ -110,6 +110,20 @@ bool is_map_wanted(const FolderGroup& group) {
     return group.existing == 0 && is_rooted && folder != "/";
 }
 
+/// Whether maps that --media found bring most of the beginning's files.
+bool is_mostly_found(const CheckSummary& summary, const AbsentBeginning& beginning) {
+    uint64_t found = 0;
+    if (summary.media != nullptr) {
+        for (const MediaMap& map : summary.media->search.maps()) {
+            const size_t host_length = map.from.starts_with("//") ? map.from.find('/', 2) : 0;
+            const std::string from = map.from.substr(std::min(host_length, map.from.size()));
+            const bool is_met = lies_in(beginning.folder, from) || lies_in(from, beginning.folder);
+            found += is_met ? map.tracks : 0;
+        }
+    }
+    return found * 2 > beginning.tracks;
+}
+
 /// The beginnings of which nothing is there, those with the most tracks first; none where every missing file
 /// was found under another spelling.
 std::vector<AbsentBeginning> absent_beginnings(const CheckSummary& summary) {
@@ -124,6 +138,7 @@ std::vector<AbsentBeginning> absent_beginnings(const CheckSummary& summary) {
             add_beginning(summary, group, is_there, &beginnings);
         }
     }
+    std::erase_if(beginnings, [&](const AbsentBeginning& each) { return is_mostly_found(summary, each); });
     std::ranges::stable_sort(beginnings, std::ranges::greater(), &AbsentBeginning::tracks);
     return beginnings;
 }
@@ -235,13 +250,10 @@ std::string what_to_do(const CheckSummary& summary) {
         lines = "  Export the library anew: it is damaged, and itunes-prepare refuses it.\n";
     } else {
         lines = summary.media == nullptr ? "" : media_advice(*summary.media, library_word(summary));
-        const bool is_all_found = summary.media != nullptr && !lines.empty() &&
-                                  summary.media->search.found_count() == summary.media->search.wanted_count();
         if (lines.empty() && (summary.is_misread() || summary.explanation.respelled() > 0)) {
             append_copy(&lines, summary);
         }
-        append_repairs(&lines, summary,
-                       is_all_found ? std::vector<AbsentBeginning>() : absent_beginnings(summary));
+        append_repairs(&lines, summary, absent_beginnings(summary));
     }
     for (const std::string& folder : closed_folders(summary)) {
         append_closed(&lines, folder);
