@@ -348,6 +348,7 @@ TEST_F(Check, FailsWithALine) {
         {"check --items=i --min-share=0060 l.xml", 2, share + "'0060'"},
         {"check -- --help", 1, "--help: No such file or directory"},
         {"check .", 1, ".: is a directory"},
+        {"check l.xml --page ./l.xml", 1, "./l.xml: is the library itself, which no page may replace"},
         {"mkfifo f; check f", 1, "f: is no regular file"},
         {"check $(printf %01024d 0)", 1, std::string(1024, '0') + ": the path is too long"},
         {"check $(printf %01023d 0)", 1, std::string(1023, '0') + ": File name too long"},

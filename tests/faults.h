@@ -15,6 +15,7 @@
 #include <pthread.h>
 #include <sys/mman.h>
 #include <unistd.h>
+#include <utility>
 
 extern "C" int64_t __real_lseek64(int file, int64_t distance, int from);
 
@@ -23,7 +24,7 @@ namespace {
 /// The calls and allocations that fail, or the call at which the run is killed or asked to end.
 constexpr int no_fault = 0, call_once = 1, calls_onward = 2, allocation_once = 3, allocations_onward = 4,
               a_kill = 5, a_short_write = 6, // the latter counts writes only
-    a_signal = 7;
+    a_signal = 7, a_change = 8;
 constexpr int ending_signals[] = {SIGTERM, SIGINT, SIGHUP}; // by turns
 
 /// Shared with the children, which count what they do.
@@ -43,7 +44,8 @@ Progress* const shared = static_cast<Progress*>(
 Progress* progress = nullptr; // while calls are counted
 int fault = no_fault;         // armed in children only
 long fault_number = 0;
-ssize_t failed_read = -1; // what a read that fails returns
+void (*change)() = nullptr; // what happens beside the run, at a_change
+ssize_t failed_read = -1;   // what a read that fails returns
 
 bool is_due(long number, int once, int onward) {
     return (fault == once && number == fault_number) || (fault == onward && number >= fault_number);
@@ -60,6 +62,11 @@ bool call_fails() {
     }
     if (fault == a_signal && progress->calls == fault_number) {
         raise(ending_signals[fault_number % 3]);
+    }
+    if (fault == a_change && progress->calls == fault_number) {
+        Progress* const counted = std::exchange(progress, nullptr);
+        change();
+        progress = counted;
     }
     const bool fails = is_due(progress->calls, call_once, calls_onward);
     errno = fails ? EIO : errno;

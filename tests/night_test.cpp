@@ -66,9 +66,8 @@ TEST(Night, LeavesWhatAnImportLeavesAndLogsWhatItLogs) {
             fs::copy_file("l.xml", "lib/l.xml", fs::copy_options::overwrite_existing);
             write_file(playlist_dir + "/iTunes-playlist-Two##M.wpl", "older");
             write_file(playlist_dir + "/mine.wpl", "mine");
-            const std::string arguments = "-dbdir db -playlist-dir " + playlist_dir +
-                                          " -itunes-lib lib/l.xml -logfile logs/" +
-                                          (is_night ? "log" : "log");
+            const std::string arguments =
+                "-dbdir db -playlist-dir " + playlist_dir + " -itunes-lib lib/l.xml -logfile logs/log";
             EXPECT_EQ(is_night ? night(arguments)
                                : run_line(TEST_EMULATOR " '" TEST_PROGRAM "' " + arguments).err,
                       is_night ? "0" : note);
@@ -94,6 +93,7 @@ TEST(Night, ThatIsBadLeavesLastNightsFilesAndSaysWhy) {
         std::string arguments, said_first;
         bool is_begun = true;
     };
+    const std::string own_file = "is read by this run, and can be neither its page nor its log";
     const Row rows[] = {
         {"no library", [] { fs::remove("l.xml"); }, usual, said("l.xml: No such file or directory")},
         {"a directory", [] { fs::remove("l.xml"), fs::create_directory("l.xml"); }, usual,
@@ -124,6 +124,9 @@ TEST(Night, ThatIsBadLeavesLastNightsFilesAndSaysWhy) {
          said("\\x1B[2J: No such file or directory") +
              said("\\x1B[2J: was not imported; last night's files stay"),
          false},
+        {"a page in place of the library", [] {}, usual + "--page ./l.xml", said("./l.xml: " + own_file),
+         false},
+        {"a log in the items file", [] {}, usual + "-logfile " + items, said(items + ": " + own_file), false},
         {"no database", [] {}, usual + "-dbdir absent",
          said("absent: can not be locked: No such file or directory"), false},
         {"a path that would be cut", [] {}, usual + "-dbdir " + std::string(641, 'x'),
@@ -268,14 +271,10 @@ TEST(Night, RemovesWhatKilledNightsLeftAndNothingElse) {
 
 TEST(Night, PreparesTheLibraryAndNamesTheUsersOwn) {
     const House house;
-    const std::string library =
-        "<plist><dict><key>Tracks</key><dict><key>1</key><dict>"
-        "<key>Track ID</key><integer>1</integer><key>Name</key><string>A</string>"
-        "<key>Location</key><string>file://localhost/Users/anna/a.mp3</string></dict></dict>"
-        "<key>Playlists</key><array><dict><key>Name</key><string>One</string>"
-        "<key>Playlist ID</key><integer>7</integer>"
-        "<key>Playlist Persistent ID</key><string>P</string><key>Playlist Items</key><array>"
-        "<dict><key>Track ID</key><integer>1</integer></dict></array></dict></array></dict>";
+    const std::string library = "<plist><dict><key>Tracks</key><dict><key>1</key><dict>" +
+                                track(1, "///Users/anna/a.mp3") + "</dict><key>Playlists</key><array><dict>" +
+                                named("One") + number("Playlist ID", "7") + with_id("P") + items_key +
+                                "<array>" + plays(1) + "</dict></array></dict></array></dict>";
     write_file("media/anna/a.mp3", "");
     const std::pair<std::string, std::string> rows[] = {{"my.wpl", " --map /Users/anna=\"$PWD\""},
                                                         {"itunes-import-temp", " --media=media"},
@@ -292,7 +291,7 @@ TEST(Night, PreparesTheLibraryAndNamesTheUsersOwn) {
     const Tree before = read_tree(".");
     write_file("cut.xml", library);
     EXPECT_TRUE(night("-dbdir db -itunes-lib cut.xml --prepare")
-                    .starts_with("1: itunes-import-night: cut.xml: could not be prepared: cut.xml: line 1"));
+                    .starts_with("1: itunes-import-night: cut.xml: could not be prepared: cut.xml: line "));
     std::filesystem::remove("cut.xml");
     EXPECT_EQ(read_tree("."), before);
 }
@@ -308,6 +307,8 @@ TEST(Night, ShowsAPageOfABadNightToo) {
     EXPECT_TRUE(page_holds("<p class=\"bad\">l.xml: 2 records to come, less than 80 percent of the 3"));
     EXPECT_TRUE(page_holds(">Tracks: 2 of 4 will arrive<"));
     EXPECT_TRUE(page_holds(": 0 new, 1 gone<"));
+    EXPECT_TRUE(night("-dbdir db -itunes-lib none --page=p.html").starts_with("1: "));
+    EXPECT_TRUE(page_holds("none: No such file or directory"));
     EXPECT_EQ(night(usual + "--min-share 0 --page none/p.html"),
               "1: " + said("none/p.html: the page can not be written: No such file or directory"));
     EXPECT_EQ(night(usual + "--page p.html"), "0");
@@ -321,13 +322,10 @@ TEST(Night, IsAskedInManyWays) {
         {"-dbdir -itunes-lib l.xml", "option '-dbdir' needs a value"},
         {"-dbdir ''", "option '-dbdir' needs a value"},
         {"--map", "option '--map' needs a value"},
-        {"--map -x=y", "option '--map' needs a value"},
         {"--map =here", "--map takes FROM=TO, not '=here'"},
         {"--map here", "--map takes FROM=TO, not 'here'"},
         {"--min-share abc", "--min-share takes a whole number from 0 to 100, not 'abc'"},
         {"--min-share=150", "--min-share takes a whole number from 0 to 100, not '150'"},
-        {"--help=x", "option '--help' takes no value"},
-        {"--nonsense", "unknown option '--nonsense'"},
         {"-dbdir db l.xml", "unknown argument 'l.xml'"},
         {"-dbdir db -- -itunes-lib", "unknown argument '-itunes-lib'"},
     };

@@ -154,13 +154,36 @@ void torture(const std::string& library, const std::vector<const char*>& options
     }
 }
 
+const std::string three_tracks = fixture::track(1, "media/one.mp3") + fixture::track(2, "media/two.mp3") +
+                                 fixture::track(3, "media/three.mp3") + "<key>Playlists</key>\n" +
+                                 fixture::playlist("Top", "p", {1, 2}) + "</plist>\n";
+
 } // namespace
 
 TEST(NightTorture, OfALibrary) {
-    torture(fixture::track(1, "media/one.mp3") + fixture::track(2, "D:/two.mp3") +
-                fixture::track(3, "media/Old/three.mp3") + "<key>Playlists</key>\n" +
-                fixture::playlist("Top", "p", {1, 2}) + "</plist>\n",
-            {"--verbose"});
+    torture(three_tracks, {"--verbose"});
+}
+
+TEST(NightTorture, SeesThatTheLibraryChanges) {
+    namespace fs = std::filesystem;
+    static const std::string path = "lib/l.xml";
+    static fs::file_time_type time;
+    void (*const changes[])() = {
+        [] { write_file("new", three_tracks), fs::last_write_time("new", time), fs::rename("new", path); },
+        [] { write_file(path, three_tracks + "\n"), fs::last_write_time(path, time); },
+        [] { fs::last_write_time(path, time + std::chrono::nanoseconds(1)); },
+    };
+    for (void (*const each)() : changes) {
+        const TempDir folder;
+        lay_out(three_tracks);
+        const Tree before = read_tree("db");
+        time = fs::last_write_time(path);
+        change = each; // while the import reads
+        EXPECT_EQ(WEXITSTATUS(run_with(a_change, 130, "said", itunes_import_night_main, {})), 1);
+        EXPECT_EQ(split(read_file("said"), '\n').front(),
+                  "itunes-import-night: lib/l.xml: has changed while it was imported; run it again");
+        EXPECT_EQ(read_tree("db"), before);
+    }
 }
 
 // Of a path that a map leads to its file, one of another spelling, and one that the search has to find. None has

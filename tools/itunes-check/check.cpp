@@ -18,6 +18,7 @@
 #include "tools/shared/descriptor.h"
 #include "tools/shared/items_reader.h"
 #include "tools/shared/text_output.h"
+#include "tools/shared/whole_file.h"
 
 namespace {
 
@@ -242,6 +243,10 @@ int run_check(const CheckRequest& request) {
     const std::string failure = access_failure(request.library_path, &size);
     if (!failure.empty()) {
         say(request.library_path, failure);
+        return exit_failed;
+    }
+    if (request.page_path && is_same_file(*request.page_path, request.library_path)) {
+        say(*request.page_path, "is the library itself, which no page may replace");
         return exit_failed;
     }
     return run_in_scratch(program,

@@ -30,6 +30,7 @@
 #include "tools/shared/companion_main.h"
 #include "tools/shared/items_reader.h"
 #include "tools/shared/text_output.h"
+#include "tools/shared/whole_file.h"
 
 namespace {
 
@@ -49,6 +50,7 @@ public:
 private:
     [[nodiscard]] bool lock_database();
     [[nodiscard]] bool take_paths();
+    [[nodiscard]] bool spares_what_is_read() const;
     [[nodiscard]] bool look_at_library();
     [[nodiscard]] bool look_at_present_items();
     [[nodiscard]] bool make_workspaces();
@@ -110,6 +112,18 @@ bool Night::take_paths() {
     }
     import_run_resolve({request_.database_dir.c_str(), request_.playlist_dir.c_str(), nullptr,
                         request_.library_path.c_str()});
+    return true;
+}
+
+/// A page would replace the library, and a log be appended to it.
+bool Night::spares_what_is_read() const {
+    for (const std::string& written : {request_.page_path, request_.log_path}) {
+        for (const std::string& read : {request_.library_path, items_path_}) {
+            if (is_same_file(written, read)) {
+                return fail(written, "is read by this run, and can be neither its page nor its log");
+            }
+        }
+    }
     return true;
 }
 
@@ -329,7 +343,7 @@ bool Night::work() {
 }
 
 int Night::run() {
-    if (!take_paths() || !lock_database()) {
+    if (!take_paths() || !lock_database() || !spares_what_is_read()) {
         return exit_failed;
     }
     log_.open(request_.log_path);

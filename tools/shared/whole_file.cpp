@@ -97,6 +97,13 @@ std::string folder_of(std::string_view path) {
     return std::string(path.substr(0, slash == std::string_view::npos ? 0 : slash + 1));
 }
 
+bool is_same_file(const std::string& path, const std::string& other) {
+    struct stat status = {};
+    struct stat other_status = {};
+    return stat(path.c_str(), &status) == 0 && stat(other.c_str(), &other_status) == 0 &&
+           status.st_dev == other_status.st_dev && status.st_ino == other_status.st_ino;
+}
+
 std::string followed_links(std::string_view path, int* descriptor) {
     std::string place(path);
     *descriptor = named_descriptor(place);

@@ -47,6 +47,9 @@ private:
 /// a descriptor of this process, such as /dev/stdout, which is put into `descriptor`, else -1.
 [[nodiscard]] std::string followed_links(std::string_view path, int* descriptor);
 
+/// Whether both paths lead to one file that is there.
+[[nodiscard]] bool is_same_file(const std::string& path, const std::string& other);
+
 /// The folder of a path, with a slash behind it; empty for the working directory.
 [[nodiscard]] std::string folder_of(std::string_view path);
 
