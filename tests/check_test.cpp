@@ -316,10 +316,8 @@ TEST_F(Check, SaysWhatToDo) {
     for (const auto& row : rows) {
         EXPECT_EQ(advice(row.library_text), row.advice);
     }
-    std::string beside = lost(20, here + "/a") + lost(20, here + "/b", 30);
-    for (int id = 60; id < 80; ++id) {
-        beside += at_path(id, here + "/there/Song.mp3");
-    }
+    const std::string beside = lost(20, here + "/a") + lost(20, here + "/b", 30) +
+                               lost(20, here + "/there", 60) + at_path(99, here + "/there/Song.mp3");
     EXPECT_NE(advice(library(beside)).find(map("'" + here + "/a'")), std::string::npos);
 }
 

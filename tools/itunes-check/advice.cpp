@@ -71,8 +71,7 @@ struct AbsentBeginning {
 };
 
 bool lies_in(const std::string& path, const std::string& folder) {
-    return path.starts_with(folder) &&
-           (path.size() == folder.size() || path[folder.size()] == '/' || folder == "/");
+    return path.starts_with(folder) && (path.size() == folder.size() || path[folder.size()] == '/');
 }
 
 /// The folder that both are, or that both lie in directly; empty for none, and for the root.
