@@ -261,6 +261,7 @@ TEST_F(Prepare, TheOutputIsAFileAStreamOrThere) {
     } rows[] = {
         {program + "- <in.xml", written, ""},
         {"{ echo first; " + program + "in.xml /dev/stdout; } >>kept; cat kept", "first\n" + written, ""},
+        {program + "in.xml /dev/stderr 2>&1 >/dev/null", written, ""},
         {program + "in.xml /dev/full", "", "write /dev/full: No space left on device"},
         {program + "in.xml >&-", "", "write standard output: Bad file descriptor"},
         {program + "in.xml no/out.xml", "", "write no/out.xml: No such file or directory"},
