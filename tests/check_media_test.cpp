@@ -13,12 +13,9 @@ TEST_F(CheckMedia, PrintsACommandThatWorks) {
     std::string tracks;
     int id = 0;
     for (const std::string& location : locations) {
-        ++id;
-        tracks += "<key>" + std::to_string(id) + "</key>\n<dict>\n" + number("Track ID", std::to_string(id)) +
-                  text("Track Type", "File") + text("Location", location) + "</dict>\n";
+        tracks += whole_track(++id, text("Track Type", "File") + text("Location", location));
     }
-    write_file("it's.xml",
-               "<plist>\n<dict>\n<key>Tracks</key>\n<dict>\n" + tracks + "</dict>\n</dict>\n</plist>\n");
+    write_file("it's.xml", library(tracks));
     for (const char* file : {"new $x/A'x/1.mp3", "new $x/B/2.mp3", "z/C/3.mp3", "z/D/4.mp3", "z/5.mp3"}) {
         write_file(std::string("me dia/") + file, "");
     }

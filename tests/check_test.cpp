@@ -8,20 +8,7 @@
 
 namespace {
 
-/// Tracks and playlists as the property list has them.
-std::string whole_track(int id, const std::string& lines) {
-    return "<key>t</key>\n<dict>\n" + number("Track ID", std::to_string(id)) + lines + "</dict>\n";
-}
 const std::string smart = "<key>Smart Info</key><data>AQ==</data>\n";
-std::string at_path(int id, const std::string& path, const std::string& lines = "") {
-    return whole_track(id, lines + text("Location", "file:" + path));
-}
-std::string whole_playlist(const std::string& its_name, const std::string& its_id,
-                           const std::vector<int>& tracks, const std::string& lines = "") {
-    std::string all = "<dict>\n" + named(its_name) + with_id(its_id) + lines + items_key + "<array>\n";
-    std::ranges::for_each(tracks, [&](int id) { all += plays(id) + "</dict>\n"; });
-    return all + "</array>\n</dict>\n";
-}
 
 /// Tracks that are not there, in one folder.
 std::string lost(int count, const std::string& folder, int first_id = 1) {
@@ -30,11 +17,6 @@ std::string lost(int count, const std::string& folder, int first_id = 1) {
         tracks += at_path(id, folder + "/" + std::to_string(id) + ".mp3", named("Song"));
     }
     return tracks;
-}
-
-std::string library(const std::string& tracks, const std::string& playlists = "") {
-    return "<plist>\n<dict>\n" + text("Application Version", "12.1") + "<key>Tracks</key>\n<dict>\n" +
-           tracks + "</dict>\n<key>Playlists</key>\n<array>\n" + playlists + "</array>\n</dict>\n</plist>\n";
 }
 
 using Check = Companion;
