@@ -44,7 +44,7 @@ file(READ README.md text)
 string(REGEX REPLACE "\\[([^]]*)\\]\\((bench/|CONTRIBUTING|docs/[a-z.-]*\\.[15])[^)]*\\)" "\\1" text "${text}")
 file(WRITE ${CMAKE_BINARY_DIR}/docs/README.md "${text}")
 install(FILES ${CMAKE_BINARY_DIR}/docs/README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
-install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} FILES_MATCHING PATTERN *.md)
+install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} FILES_MATCHING PATTERN *.md PATTERN *.png)
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} PATTERN *.in EXCLUDE)
 
 # The examples name the programs where they are: known at installation, since `--prefix` may choose another place.
