@@ -36,7 +36,8 @@ TEST_F(Page, SaysWhatArrivesAndWhy) {
     EXPECT_EQ(run_import({"-dbdir", "db", "-itunes-lib", "l.xml"}).status, 0);
     std::ofstream("db/itunes.import.items", std::ios::app) << ">>>>\n14004Blue\n"; // without a path
     write_file("new.mp3", "");
-    lay_out(track(1, "new.mp3", named("Fresh")) + track(2, "gone/else.mp3", named("Lost")),
+    lay_out(track(1, "new.mp3", named("Fresh")) +
+                track(2, "gone/else.mp3", named("Lost") + "<key>Artist</key>\n<string>X</string>\n"),
             playlist("Smart", "B", {}, flag("Smart Info")) + playlist("Mine", "A", {2, 1}) + "</plist>\n");
     const std::string options = "--page page.html --items db/itunes.import.items --min-share 50";
     EXPECT_EQ(result_of("check " + options + " l.xml").status, 0);
@@ -44,6 +45,7 @@ TEST_F(Page, SaysWhatArrivesAndWhy) {
     for (const char* part : {
              "<h2>Tracks: 1 of 2 will arrive</h2>",
              "<rect class=\"missing\" height=\"10\" x=\"500\" width=\"500\"/></svg>",
+             "stand whole on its key's line<code>line 7: Artist</code></li>\n",
              "<details><summary>1 new</summary>\n<ul>\n<li>Fresh<code>new.mp3</code></li>\n",
              "<summary>2 gone</summary>\n<ul>\n<li>here.mp3</li>\n<li></li>\n</ul>\n</details>\n",
              "<tr><td>1</td><td>0</td><td>gone</td></tr>",

@@ -52,5 +52,8 @@ void print_summary(const CheckSummary& summary);
 /// What the summary's reader can do, as lines; empty where there is nothing to be done.
 [[nodiscard]] std::string what_to_do(const CheckSummary& summary);
 
+/// What the import reads otherwise, for people, to go behind a count.
+[[nodiscard]] const char* loss_text(LossKind kind);
+
 /// Why a playlist gets no file, for people.
 [[nodiscard]] const char* left_out_text(CheckedOutcome outcome);

@@ -89,6 +89,20 @@ std::string advice(const CheckSummary& summary) {
     return text.empty() ? "" : "<h2>What to do</h2>\n<pre>" + html_lines(text) + "</pre>\n";
 }
 
+std::string losses(const CheckSummary& summary) {
+    std::string rows;
+    for (const LibraryLoss& loss : summary.library.losses) {
+        rows.append("<li>").append(number(loss.lost.count)).append(" ").append(loss_text(loss.kind));
+        for (const std::string& example : loss.lost.examples) {
+            rows.append("<code>").append(html_text(example)).append("</code>");
+        }
+        rows.append("</li>\n");
+    }
+    return rows.empty() ? ""
+                        : "<h2>What the import reads otherwise than the library means it</h2>\n<ul>\n" +
+                              rows + "</ul>\n";
+}
+
 std::string folders(const CheckSummary& summary) {
     if (summary.folders.empty()) {
         return "";
@@ -214,7 +228,7 @@ int LibraryPage::write(const std::string& path, const PageContents& contents) co
     std::string html = head(contents);
     if (contents.summary != nullptr) {
         const CheckSummary& summary = *contents.summary;
-        html += bar(summary.tally()) + advice(summary) + folders(summary);
+        html += bar(summary.tally()) + advice(summary) + losses(summary) + folders(summary);
         html += changes_part();
         html += tracks_part(summary);
         html += playlists_part(summary);

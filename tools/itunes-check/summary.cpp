@@ -57,23 +57,6 @@ void print_library(const CheckSummary& summary) {
     }
 }
 
-const char* loss_text(LossKind kind) {
-    switch (kind) {
-    case LossKind::folders: return "without the folders in front of a playlist's title";
-    case LossKind::titles: return "with another title of a playlist";
-    case LossKind::replaced: return "overwritten because of that";
-    case LossKind::no_file: return "without a file, as if built in, smart, hidden or with nothing to play";
-    case LossKind::extra_file: return "with a file, though built in, smart, hidden or with nothing to play";
-    case LossKind::entries: return "with fewer or more entries of a playlist";
-    case LossKind::tracks: return "not at all, though the library has the track";
-    case LossKind::track_titles: return "with another title of a track that arrives";
-    case LossKind::track_texts: return "with another artist, album, composer or genre of one";
-    case LossKind::values: return "without a value that does not stand whole on its key's line";
-    case LossKind::track_ids: return "with an id of several tracks, of which playlists find one";
-    }
-    return "";
-}
-
 void print_losses(const std::vector<LibraryLoss>& losses) {
     if (losses.empty()) {
         return;
@@ -285,6 +268,23 @@ const char* left_out_text(CheckedOutcome outcome) {
     case CheckedOutcome::reserved_name: return "with one of the five names that are never exported";
     case CheckedOutcome::smart: return "smart";
     case CheckedOutcome::built_in: return "built in";
+    }
+    return "";
+}
+
+const char* loss_text(LossKind kind) {
+    switch (kind) {
+    case LossKind::folders: return "without the folders in front of a playlist's title";
+    case LossKind::titles: return "with another title of a playlist";
+    case LossKind::replaced: return "overwritten because of that";
+    case LossKind::no_file: return "without a file, as if built in, smart, hidden or with nothing to play";
+    case LossKind::extra_file: return "with a file, though built in, smart, hidden or with nothing to play";
+    case LossKind::entries: return "with fewer or more entries of a playlist";
+    case LossKind::tracks: return "not at all, though the library has the track";
+    case LossKind::track_titles: return "with another title of a track that arrives";
+    case LossKind::track_texts: return "with another artist, album, composer or genre of one";
+    case LossKind::values: return "without a value that does not stand whole on its key's line";
+    case LossKind::track_ids: return "with an id of several tracks, of which playlists find one";
     }
     return "";
 }
