@@ -14,10 +14,8 @@ class CommandLine : public Import {
 protected:
     /// What is left where the run refuses to start: the usage text, behind what it `says`.
     static Tree refused(const std::string& says = "") {
-        std::string usage = read_file(source_path("tests/golden/usage.txt"));
-        EXPECT_NE(usage.find("%s"), std::string::npos);
-        usage.replace(usage.find("%s"), 2, TEST_PROGRAM);
-        return {{"status", "255"}, {"stdout", says + usage}, {"stderr", ""}};
+        const std::string usage = read_file(source_path("tests/golden/usage.txt"));
+        return {{"status", "255"}, {"stdout", says + replaced(usage, "%s", TEST_PROGRAM)}, {"stderr", ""}};
     }
 };
 

@@ -1,6 +1,6 @@
 // The files of a library, found below a folder: which paths come together, and which are left alone.
 
-#include "tests/support.h"
+#include "tests/companion_fixture.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -167,13 +167,12 @@ TEST(PrepareMedia, PathsLeadToWhatWasFoundAndToWhatIsInItsPlace) {
         write_file(path, "");
     }
     std::string tracks;
-    const std::string stream = "<key>Track Type</key><string>URL</string>";
     for (const std::string& location : {old + "A/1", old + "A/2", std::string("file://localhost/D:/m/B/3"),
                                         old + "A/4", old + "A/5", old + "A/6"}) {
-        tracks += "<key>1</key><dict><key>Location</key><string>" + location + "</string>" +
-                  (location.ends_with("4") ? stream : "") + "</dict>\n";
+        tracks += whole_track(1, (location.ends_with("4") ? text("Track Type", "URL") : "") +
+                                     text("Location", location));
     }
-    write_file("library.xml", "<plist><dict><key>Tracks</key><dict>" + tracks + "</dict></dict></plist>");
+    write_file("library.xml", library(tracks));
     const RunResult file =
         run_program(TEST_PREPARE_PROGRAM, {"--media", "media", "--report", "library.xml", "prepared.xml"});
     EXPECT_EQ(file.status, 0);

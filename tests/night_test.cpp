@@ -1,6 +1,6 @@
 // Nights, as cron runs them: what they say, what they leave, and that they leave everything else alone.
 
-#include "tests/import_fixture.h"
+#include "tests/companion_fixture.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
@@ -271,17 +271,15 @@ TEST(Night, RemovesWhatKilledNightsLeftAndNothingElse) {
 
 TEST(Night, PreparesTheLibraryAndNamesTheUsersOwn) {
     const House house;
-    const std::string library = "<plist><dict><key>Tracks</key><dict><key>1</key><dict>" +
-                                track(1, "///Users/anna/a.mp3") + "</dict><key>Playlists</key><array><dict>" +
-                                named("One") + number("Playlist ID", "7") + with_id("P") + items_key +
-                                "<array>" + plays(1) + "</dict></array></dict></array></dict>";
+    const std::string whole = library(whole_track(1, text("Location", "file://localhost/Users/anna/a.mp3")),
+                                      whole_playlist("One", "P", {1}));
     write_file("media/anna/a.mp3", "");
     const std::pair<std::string, std::string> rows[] = {{"my.wpl", " --map /Users/anna=\"$PWD\""},
                                                         {"itunes-import-temp", " --media=media"},
                                                         {"itunes.import.items", " --media \"$PWD/media\""}};
     for (const auto& [name, options] : rows) {
         SCOPED_TRACE(name);
-        write_file(name, library + "</plist>");
+        write_file(name, whole);
         EXPECT_EQ(night("-dbdir db -playlist-dir pl -itunes-lib " + name + options), "0");
         const std::string file = read_file("pl/iTunes-playlist-One##M.wpl");
         EXPECT_NE(file.find("\"OrigFilename\" content=\"" + name + "\""), std::string::npos) << file;
@@ -289,7 +287,7 @@ TEST(Night, PreparesTheLibraryAndNamesTheUsersOwn) {
         EXPECT_EQ(read_tree("db").size(), 1U);
     }
     const Tree before = read_tree(".");
-    write_file("cut.xml", library);
+    write_file("cut.xml", whole.substr(0, whole.size() - 9));
     EXPECT_TRUE(night("-dbdir db -itunes-lib cut.xml --prepare")
                     .starts_with("1: itunes-import-night: cut.xml: could not be prepared: cut.xml: line "));
     std::filesystem::remove("cut.xml");

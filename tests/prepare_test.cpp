@@ -11,6 +11,9 @@
 
 namespace {
 
+using fixture::number;
+using fixture::text;
+
 class Prepare : public testing::Test {
 protected:
     static RunResult run(const std::vector<std::string>& arguments) {
@@ -34,12 +37,6 @@ protected:
     TempDir folder;
 };
 
-std::string text(const std::string& key, const std::string& value) {
-    return "<key>" + key + "</key><string>" + value + "</string>";
-}
-std::string integer(const std::string& key, const std::string& number) {
-    return "<key>" + key + "</key><integer>" + number + "</integer>";
-}
 /// Dictionaries, each of these keys; in a dictionary, each has a key in front of it.
 std::string dictionaries(const std::vector<std::string>& each, const std::string& key) {
     std::string joined;
@@ -56,12 +53,11 @@ std::string library_of(const std::vector<std::string>& tracks, const std::vector
     return "<plist><dict>" + (playlists_first ? second + first : first + second) + "</dict></plist>";
 }
 std::string plays(const std::vector<std::string>& track_ids) {
-    std::vector<std::string> items;
-    items.reserve(track_ids.size());
-    for (const std::string& number : track_ids) {
-        items.push_back(integer("Track ID", number));
+    std::string items;
+    for (const std::string& track_id : track_ids) {
+        items += "<dict>" + number("Track ID", track_id) + "</dict>";
     }
-    return "<key>Playlist Items</key><array>" + dictionaries(items, "") + "</array>";
+    return "<key>Playlist Items</key><array>" + items + "</array>";
 }
 
 } // namespace
@@ -85,11 +81,11 @@ TEST_F(Prepare, ALibraryArrivesFromEveryLayoutAsADirectImportHasIt) {
 }
 
 TEST_F(Prepare, PlaylistsAreWrittenAsTheImportReadsThemBest) {
-    const std::vector<std::string> tracks = {integer("Track ID", "2147483647") + text("Location", "http://x"),
-                                             integer("Track ID", "1") + text("Location", "file:///lost"),
-                                             integer("Track ID", "2") + text("Location", "file:///x") +
+    const std::vector<std::string> tracks = {number("Track ID", "2147483647") + text("Location", "http://x"),
+                                             number("Track ID", "1") + text("Location", "file:///lost"),
+                                             number("Track ID", "2") + text("Location", "file:///x") +
                                                  "<key>Protected</key><true/>",
-                                             integer("Track ID", "3")};
+                                             number("Track ID", "3")};
     const std::string videos = "<key>Videos</key><true/>";
     const std::string smart = "<key>Smart Info</key><data></data>";
     const std::string podcasts = "<key>Podcasts</key><true/>";
@@ -111,7 +107,7 @@ TEST_F(Prepare, PlaylistsAreWrittenAsTheImportReadsThemBest) {
         {"protected, in the cloud and unknown", videos + silent, silent},
         {"smart videos", one + smart + videos, smart + one},
         {"a name without a file", text("Name", "Podcasts") + one + videos, one},
-        {"built in", integer("Distinguished Kind", " 0x04 "), integer("Distinguished Kind", "4") + plays({})},
+        {"built in", number("Distinguished Kind", " 0x04 "), number("Distinguished Kind", "4") + plays({})},
         {"a hidden folder plays nothing", one + hidden + group, group + hidden + plays({})},
         {"podcasts", podcasts + one, podcasts + one},
         {"a smart folder, which gives a title", one + smart + group, group + smart + one},
@@ -120,14 +116,15 @@ TEST_F(Prepare, PlaylistsAreWrittenAsTheImportReadsThemBest) {
         {"an id that is too long", text(key, std::string(128, 'i')) + one, one},
         {"numbers of no track", plays({"0", "2147483648", "x"}), plays({})},
     };
+    const auto flat = [](const std::string& lines) { return replaced(replaced(lines, "\n", ""), "\t", ""); };
+    const std::string seventh = number("Playlist ID", "7");
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        const std::string seventh = integer("Playlist ID", "7");
         const std::string expected =
             seventh + text(key, "itunes-prepare-1") + row.written + "</dict></array></dict></plist>";
         for (const bool playlists_first : {false, true}) {
             const std::string written = prepared(library_of(tracks, {row.keys + seventh}, playlists_first));
-            EXPECT_TRUE(replaced(replaced(written, "\n", ""), "\t", "").ends_with(expected)) << written;
+            EXPECT_TRUE(flat(written).ends_with(flat(expected))) << written;
         }
     }
     const std::string late = text(key, "B") + text("Name", "Late");
@@ -183,7 +180,7 @@ TEST_F(Prepare, PathsArriveUnderTheSpellingOfTheDiskAndWhatDoesNotArriveIsTold) 
         text("Location", "file://localhost/old/CAFe%CC%81/a.mp3"),
         text("Location", "file://nas//old/two/X.mp3"),
         text("Location", "file:///old/%3C/string%3E%0A%E9"),
-        integer("Track ID", "7") + long_name + integer("Size", "2147483648"),
+        number("Track ID", "7") + long_name + number("Size", "2147483648"),
     };
     write_file("in.xml", library_of(tracks, {long_name}));
     const RunResult result = run({"--map=/old=" + folder.path() + "/new", "--report", "in.xml"});
