@@ -65,8 +65,8 @@ inline void lay_out(const std::string& tracks, const std::string& playlists = ""
 /// The bundled library with its media files below `media`, which ends in a slash: all but one are laid out
 /// there.
 inline std::string bundled_library(const std::string& media) {
-    const std::string library = replaced(read_file(source_path("examples/iTunes Music Library.xml")),
-                                         "file://localhost/music/library/", "file://localhost" + media);
+    std::string library = replaced(read_file(source_path("examples/iTunes Music Library.xml")),
+                                   "file://localhost/music/library/", "file://localhost" + media);
     for (std::string line : split(library, '\n')) {
         std::string location = take(itunes_get_value(line.data(), "string"));
         const std::string path = take(itunes_location_to_path(location.data()));
