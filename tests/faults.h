@@ -207,7 +207,11 @@ extern "C" void* __real_malloc(size_t size);
 extern "C" void* __wrap_malloc(size_t size) {
     const bool fails = progress != nullptr && fault != no_fault &&
                        is_due(++progress->allocations, allocation_once, allocations_onward);
-    return fails ? nullptr : __real_malloc(size);
+    if (fails) {
+        errno = ENOMEM; // the C library's own callers, where it is linked in, look at it
+        return nullptr;
+    }
+    return __real_malloc(size);
 }
 // Costs more than the rest of a run where the machine is busy.
 extern "C" int __wrap_sched_yield() {
