@@ -218,9 +218,11 @@ TEST(Night, SaysWhatIsOldWherePublishingEndsHalfWay) {
 }
 
 TEST(Night, GoesOnWithoutALogAndSaysSo) {
-    for (const auto& [log, reason] :
-         {std::pair("db", "Is a directory"), {"/dev/full", "No space left on device"}}) {
+    for (const auto& [log, reason] : {std::pair("db", "Is a directory"),
+                                      {"/dev/full", "No space left on device"},
+                                      {"pipe", "No such device or address"}}) {
         const House house;
+        ASSERT_EQ(mkfifo("pipe", 0600), 0); // which nobody reads
         EXPECT_EQ(night(usual + "-logfile " + log),
                   "1: " + said(log + (": can not be written: " + std::string(reason))));
         EXPECT_EQ(read_tree("pl").size(), 2U);
