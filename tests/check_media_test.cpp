@@ -4,6 +4,7 @@
 
 #include "tools/itunes-check/media.h"
 
+using namespace fixture;
 using CheckMedia = Companion;
 
 TEST_F(CheckMedia, PrintsACommandThatWorks) {
@@ -19,25 +20,25 @@ TEST_F(CheckMedia, PrintsACommandThatWorks) {
     for (const char* file : {"new $x/A'x/1.mp3", "new $x/B/2.mp3", "z/C/3.mp3", "z/D/4.mp3", "z/5.mp3"}) {
         write_file(std::string("me dia/") + file, "");
     }
-    const RunResult listed = result_of("check --list --media 'me dia' \"it's.xml\" | grep ^map");
+    const RunResult listed = run_line("check --list --media 'me dia' \"it's.xml\" | grep ^map");
     const std::string media = folder_.path() + "/me dia/";
     EXPECT_EQ(listed.out,
               "map\t2\t/m/a=b%\t" + media + "new $x\nmap\t2\t//NAS/share/$HOME\t" + media + "z\n");
     const RunResult objects =
-        result_of("check --json --media 'me dia' \"it's.xml\" | grep '\"map\"' | head -1");
+        run_line("check --json --media 'me dia' \"it's.xml\" | grep '\"map\"' | head -1");
     EXPECT_EQ(objects.out,
               "{\"kind\":\"map\",\"tracks\":2,\"from\":\"/m/a=b%\",\"to\":\"" + media + "new $x\"}\n");
-    const std::string summary = result_of("check --media 'me dia' \"it's.xml\"").out;
+    const std::string summary = run_line("check --media 'me dia' \"it's.xml\"").out;
     EXPECT_NE(summary.find("the 4 files that were found below\n  me dia, of 5 that"), std::string::npos);
     EXPECT_EQ(summary.find("If the files of /"), std::string::npos); // which the command leads to
     const size_t start = summary.find("    itunes-prepare ");
     ASSERT_NE(start, std::string::npos) << summary;
     const size_t end = summary.find("prepared.xml\n", start) + 13;
-    write_file("command", "itunes-prepare() { " TEST_EMULATOR " '" TEST_PREPARE_PROGRAM "' \"$@\"; }\n" +
-                              summary.substr(start, end - start));
+    write_file("command",
+               command("itunes-prepare", "itunes-prepare") + "\n" + summary.substr(start, end - start));
     EXPECT_EQ(run_line("bash command").status, 0);
-    EXPECT_NE(result_of("check prepared.xml").out.find("Tracks: 4 of 5 will arrive"), std::string::npos);
-    EXPECT_EQ(result_of("check --media nowhere prepared.xml >/dev/null").err,
+    EXPECT_NE(run_line("check prepared.xml").out.find("Tracks: 4 of 5 will arrive"), std::string::npos);
+    EXPECT_EQ(run_line("check --media nowhere prepared.xml >/dev/null").err,
               "itunes-check: nowhere: No such file or directory\n");
 }
 

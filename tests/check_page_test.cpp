@@ -6,6 +6,8 @@
 #include "tools/itunes-check/wpl_sign.h"
 #include "tools/shared/text_pieces.h"
 
+using namespace fixture;
+
 namespace {
 
 constexpr char browse[] =
@@ -33,14 +35,14 @@ protected:
 
 TEST_F(Page, SaysWhatArrivesAndWhy) {
     std::filesystem::create_directory("db");
-    EXPECT_EQ(run_import({"-dbdir", "db", "-itunes-lib", "l.xml"}).status, 0);
+    EXPECT_EQ(run_line("import -dbdir db -itunes-lib l.xml").status, 0);
     std::ofstream("db/itunes.import.items", std::ios::app) << ">>>>\n14004Blue\n"; // without a path
     write_file("new.mp3", "");
     lay_out(track(1, "new.mp3", named("Fresh")) +
                 track(2, "gone/else.mp3", named("Lost") + "<key>Artist</key>\n<string>X</string>\n"),
             playlist("Smart", "B", {}, flag("Smart Info")) + playlist("Mine", "A", {2, 1}) + "</plist>\n");
     const std::string options = "--page page.html --items db/itunes.import.items --min-share 50";
-    EXPECT_EQ(result_of("check " + options + " l.xml").status, 0);
+    EXPECT_EQ(run_line("check " + options + " l.xml").status, 0);
     const std::string page = read_file("page.html");
     for (const char* part : {
              "<h2>Tracks: 1 of 2 will arrive</h2>",
@@ -62,11 +64,11 @@ TEST_F(Page, SaysWhatArrivesAndWhy) {
 TEST_F(Page, IsWrittenWholeOrNotAtAll) {
     write_file("old.html", "old");
     write_file("cut.xml", read_file("l.xml").substr(0, 400));
-    EXPECT_EQ(result_of("check --page old.html cut.xml").status, 1);
+    EXPECT_EQ(run_line("check --page old.html cut.xml").status, 1);
     EXPECT_NE(read_file("old.html").find("<p class=\"bad\">is cut short"), std::string::npos);
     std::filesystem::create_directory("db");
     for (const std::string lost : {"none/page.html", "db", "/dev/full/page"}) {
-        const RunResult run = result_of("check --page " + lost + " l.xml");
+        const RunResult run = run_line("check --page " + lost + " l.xml");
         EXPECT_EQ(run.status, 1) << lost;
         EXPECT_NE(run.err.find("itunes-check: " + lost + ": can not be written: "), std::string::npos);
     }
@@ -74,7 +76,7 @@ TEST_F(Page, IsWrittenWholeOrNotAtAll) {
 }
 
 TEST_F(Page, ShowsHostileNamesAsText) {
-    EXPECT_EQ(result_of("check --page page.html l.xml").status, 0);
+    EXPECT_EQ(run_line("check --page page.html l.xml").status, 0);
     EXPECT_TRUE(wpl_is_well_formed("page.html"));
     const std::string page = read_file("page.html");
     EXPECT_EQ(count_of("<script", page), 1U);

@@ -6,6 +6,8 @@
 
 #include <random>
 
+using namespace fixture;
+
 namespace {
 
 const std::string smart = "<key>Smart Info</key><data>AQ==</data>\n";
@@ -77,11 +79,11 @@ TEST_F(Check, ListsWhatAnImportWrites) {
     for (const std::string& each : libraries) {
         write_file("l.xml", each);
         std::filesystem::create_directory("db");
-        run_import({"-dbdir", "db", "-itunes-lib", "l.xml"});
+        run_line("import -dbdir db -itunes-lib l.xml");
         const RunResult result =
-            result_of("check --list l.xml | sed -n 's/^track\trecord\t.*\t//p; "
-                      "s/^playlist\tfile\t\\(.*\\)\t.*/\\1/p' | sort >list; "
-                      "{ items db/*items | sed -n 's/^res: //p'; ls db | grep wpl; } | sort | diff list -");
+            run_line("check --list l.xml | sed -n 's/^track\trecord\t.*\t//p; "
+                     "s/^playlist\tfile\t\\(.*\\)\t.*/\\1/p' | sort >list; "
+                     "{ items db/*items | sed -n 's/^res: //p'; ls db | grep wpl; } | sort | diff list -");
         EXPECT_EQ(result.status, 0) << result.out << each.substr(0, 2000);
         std::filesystem::remove_all("db");
     }
@@ -112,10 +114,12 @@ TEST_F(Check, TellsWhatBecomesOfAll) {
         items_key + "<array>\n" + plays(1) + "</dict>\n</array>\n</dict>\n";
     write_file("-l.xml", library(tracks, playlists));
     const Tree before = read_tree(".");
-    run("cat ./-l.xml", "check -- -l.xml", "check --list -- -l.xml", "check --json -- -l.xml");
+    const std::string well =
+        said({"cat ./-l.xml", "check -- -l.xml", "check --list -- -l.xml", "check --json -- -l.xml"});
     EXPECT_EQ(read_tree("."), before);
-    run("sed 's|</key><s|</key>\\n<s|' ./-l.xml | head -n 16 >bad.xml; cat bad.xml; check bad.xml");
-    expect_said("check_outputs.txt");
+    const std::string bad =
+        said({"sed 's|</key><s|</key>\\n<s|' ./-l.xml | head -n 16 >bad.xml; cat bad.xml; check bad.xml"});
+    expect_golden(well + bad, "check_outputs.txt");
 }
 
 TEST_F(Check, SaysWhatIsReadOtherwiseThanItIsMeant) {
@@ -138,9 +142,9 @@ TEST_F(Check, SaysWhatIsReadOtherwiseThanItIsMeant) {
     };
     for (const auto& row : rows) {
         write_file("l.xml", library(at_path(1, "1.mp3", row.track), row.playlists));
-        EXPECT_EQ(result_of("check --list l.xml | sed -n 's/^loss\t//p'").out, row.losses) << row.playlists;
+        EXPECT_EQ(run_line("check --list l.xml | sed -n 's/^loss\t//p'").out, row.losses) << row.playlists;
     }
-    EXPECT_NE(result_of("check --json l.xml | tail -n 1").out.find("\"damage\":\"line "), std::string::npos);
+    EXPECT_NE(run_line("check --json l.xml | tail -n 1").out.find("\"damage\":\"line "), std::string::npos);
 }
 
 /// The library with each playlist's Name behind its other keys, as iTunes 12.3 and later write it.
@@ -165,9 +169,9 @@ std::string field(const std::string& object, const std::string& name) {
 
 /// What an import of a library brings, as JSON objects: playlists by their number, records by their path.
 std::map<std::string, std::string> brought_by(const std::string& library_path) {
-    run_import({"-dbdir", ".", "-itunes-lib", library_path});
-    const RunResult result = Companion::result_of("check --json " + library_path +
-                                                  " | grep '\"kind\":\"playlist\"'; items --json *.items");
+    run_line("import -dbdir . -itunes-lib " + library_path);
+    const RunResult result =
+        run_line("check --json " + library_path + " | grep '\"kind\":\"playlist\"'; items --json *.items");
     std::map<std::string, std::string> brought;
     for (const std::string& object : split(result.out, '\n')) {
         const std::string path = field(object, "res");
@@ -214,11 +218,11 @@ TEST_F(Check, SaysWhatAPreparedCopyWouldKeep) {
     for (size_t index = 0; index < 2 * libraries.size(); ++index) {
         const std::string& each = libraries[index / 2];
         write_file("l.xml", moved(index % 2 == 0 ? each : with_late_names(each)));
-        if (result_of("'" TEST_PREPARE_PROGRAM "' l.xml p.xml").status != 0) {
+        if (run_line("prepare l.xml p.xml").status != 0) {
             continue; // no property list
         }
         std::map<std::string, int> said; // but for what a prepared copy does not show
-        for (const std::string& line : split(result_of("check --list l.xml | grep ^loss").out, '\n')) {
+        for (const std::string& line : split(run_line("check --list l.xml | grep ^loss").out, '\n')) {
             const std::vector<std::string> loss = split(line, '\t');
             if (loss.size() > 2 && loss[1] != "values" && loss[1] != "track-ids") {
                 said[loss[1]] = std::stoi(loss[2]);
@@ -235,7 +239,7 @@ TEST_F(Check, ShowsFortyPlaylistsAndTheirNumber) {
         playlists += whole_playlist("List " + std::to_string(number), std::to_string(number), {1});
     }
     write_file("l.xml", library(at_path(1, "l.xml"), playlists));
-    const std::string summary = result_of("check l.xml | grep -A 4 'List 39$'").out;
+    const std::string summary = run_line("check l.xml | grep -A 4 'List 39$'").out;
     EXPECT_EQ(summary, "         List 39\n           music, 1 of 1 item, iTunes-playlist-List_39##M.wpl\n"
                        "         and 2 more; --list shows all\n"
                        "       1 not in the folder list: the list of all tracks\n           All\n");
@@ -244,7 +248,7 @@ TEST_F(Check, ShowsFortyPlaylistsAndTheirNumber) {
 /// What comes behind "What to do".
 std::string advice(const std::string& library_text) {
     write_file("l.xml", library_text);
-    return run_line(TEST_EMULATOR " '" TEST_CHECK_PROGRAM "' l.xml | sed '1,/^What to do/d'").out;
+    return run_line("check l.xml | sed '1,/^What to do/d'").out;
 }
 
 TEST_F(Check, SaysWhatToDo) {
@@ -294,7 +298,7 @@ TEST_F(Check, SaysWhatToDo) {
 
 TEST_F(Check, FailsWithALine) {
     write_file("l.xml", library(at_path(1, "l.xml")));
-    const std::string usage = run_line(TEST_EMULATOR " '" TEST_CHECK_PROGRAM "' -h").out;
+    const std::string usage = run_line("check -h").out;
     const std::string share = "--min-share takes a whole number from 0 to 100, not ";
     const std::string no_scratch = "can not make a directory below TMPDIR: ";
     const std::string lost_output = "can not write standard output: ";
@@ -327,27 +331,27 @@ TEST_F(Check, FailsWithALine) {
         {long_path("247") + " check l.xml", 1, no_scratch + "File name too long"},
     };
     for (const auto& row : rows) {
-        const RunResult result = result_of(row.line);
+        const RunResult result = run_line(row.line);
         EXPECT_EQ(result.status, row.status) << row.line;
         EXPECT_EQ(result.err, "itunes-check: " + row.err + "\n" + (row.status == 2 ? usage : ""));
         EXPECT_EQ(result.out, "");
     }
     for (const std::string& options :
          {long_path("245") + " check", std::string("TMPDIR= check --list --list")}) {
-        EXPECT_EQ(result_of(options + " l.xml").status, 0) << options;
+        EXPECT_EQ(run_line(options + " l.xml").status, 0) << options;
     }
-    EXPECT_EQ(result_of("check l.xml <&- >&- 2>&-").status, 1); // its result got lost
-    EXPECT_EQ(result_of("echo '</plist>' >n; check n").err,
+    EXPECT_EQ(run_line("check l.xml <&- >&- 2>&-").status, 1); // its result got lost
+    EXPECT_EQ(run_line("echo '</plist>' >n; check n").err,
               "itunes-check: n: is no iTunes library: no line holds a key of one\n");
     write_file("l.xml", library(""));
-    EXPECT_EQ(result_of("check l.xml").err, "");
+    EXPECT_EQ(run_line("check l.xml").err, "");
     write_file("l.xml", library(lost(2, "none")));
-    EXPECT_EQ(result_of("check l.xml").err, "itunes-check: l.xml: none of its 2 tracks will arrive\n");
+    EXPECT_EQ(run_line("check l.xml").err, "itunes-check: l.xml: none of its 2 tracks will arrive\n");
     write_file("l.xml", library(at_path(1, "l.xml"), whole_playlist("Long", "1", std::vector(40, 1))));
-    const RunResult full = result_of("(trap '' XFSZ; ulimit -f 1; check --json l.xml) | cat");
+    const RunResult full = run_line("(trap '' XFSZ; ulimit -f 1; check --json l.xml) | cat");
     EXPECT_NE(full.out.find("\"not_well_formed\":\"cut short\""), std::string::npos); // after a block
     write_file("l.xml", library(at_path(1, "l.xml", named(std::string(900, 'n')))));
-    EXPECT_EQ(result_of("(trap '' XFSZ; ulimit -f 1; check l.xml | cat)").err,
+    EXPECT_EQ(run_line("(trap '' XFSZ; ulimit -f 1; check l.xml | cat)").err,
               "itunes-check: the directory below TMPDIR is full: the result is not whole\n");
 }
 
@@ -370,32 +374,31 @@ TEST_F(Check, ComparesWithThePresentItems) {
     for (const auto& row : rows) {
         write_file("items", row.items);
         const std::string options = " --items items " + row.options + " l.xml";
-        const RunResult result = result_of("check" + options);
+        const RunResult result = run_line("check" + options);
         EXPECT_EQ(result.status, row.status);
         EXPECT_EQ(result.err, row.err);
         const std::string records = "\nRecords: 3 to come, " + row.present + " at present in items\n";
         EXPECT_NE(result.out.find(records), std::string::npos) << result.out;
         const std::string json = "\"present_records\":" + row.present + "}\n";
-        EXPECT_TRUE(result_of("check --json" + options).out.ends_with(json));
+        EXPECT_TRUE(run_line("check --json" + options).out.ends_with(json));
     }
-    EXPECT_EQ(result_of("check --items none l.xml").err, "");
-    EXPECT_EQ(result_of("check --items l.xml/x l.xml").err,
+    EXPECT_EQ(run_line("check --items none l.xml").err, "");
+    EXPECT_EQ(run_line("check --items l.xml/x l.xml").err,
               "itunes-check: l.xml/x: can not be read; there is nothing to compare with\n");
 }
 
 TEST_F(Check, LeavesNoScratchDirectoryWhenEnded) {
     write_file("l.xml", library(lost(4000, "none"))); // more lines than a pipe holds
-    write_file("program", "exec " TEST_EMULATOR " '" TEST_CHECK_PROGRAM "' \"$@\"");
+    write_file("program", "exec " + program_words("itunes-check") + "\"$@\"");
     const std::string prepared = "mkdir -p scratch; export TMPDIR=scratch; ";
-    EXPECT_EQ(result_of(prepared + "{ check --list l.xml; echo $? >end; } | head -n 1; cat end").out,
+    EXPECT_EQ(run_line(prepared + "{ check --list l.xml; echo $? >end; } | head -n 1; cat end").out,
               "track\tmissing\t1\tSong\tnone/1.mp3\n141\n");
-    EXPECT_EQ(result_of(prepared +
-                        "mkfifo out; sleep 20 <out & trap '' USR2\n"
-                        "for signal in HUP TERM XCPU PIPE ALRM USR1; do\n"
-                        "  sh program --list l.xml >out &\n"
-                        "  for tenth in $(seq 50); do [ -n \"$(ls scratch)\" ] || sleep 0.1; done\n"
-                        "  kill -USR2 $!; kill -$signal $!; { wait $!; echo $?; } 2>/dev/null\n"
-                        "done; kill %1 2>/dev/null")
+    EXPECT_EQ(run_line(prepared + "mkfifo out; sleep 20 <out & trap '' USR2\n"
+                                  "for signal in HUP TERM XCPU PIPE ALRM USR1; do\n"
+                                  "  sh program --list l.xml >out &\n"
+                                  "  for tenth in $(seq 50); do [ -n \"$(ls scratch)\" ] || sleep 0.1; done\n"
+                                  "  kill -USR2 $!; kill -$signal $!; { wait $!; echo $?; } 2>/dev/null\n"
+                                  "done; kill %1 2>/dev/null")
                   .out,
               "129\n143\n152\n141\n142\n138\n");
     EXPECT_TRUE(std::filesystem::is_empty("scratch"));
@@ -403,9 +406,9 @@ TEST_F(Check, LeavesNoScratchDirectoryWhenEnded) {
 
 TEST_F(Check, ShowsProgressOnATerminal) {
     write_file("l.xml", library(lost(3, "none"), std::string(4 << 20, 'x')));
-    write_file("program", "exec " TEST_EMULATOR " '" TEST_CHECK_PROGRAM "' \"$@\"");
+    write_file("program", "exec " + program_words("itunes-check") + "\"$@\"");
     const auto shown = [](const std::string& arguments) {
-        return result_of("script -qec 'sh program " + arguments + "' /dev/null </dev/null").out;
+        return run_line("script -qec 'sh program " + arguments + "' /dev/null </dev/null").out;
     };
     const std::string end = "\ritunes-check: 100 %\r" + std::string(21, ' ') + "\r";
     for (const char* arguments : {"l.xml", "--list l.xml >out"}) {

@@ -15,7 +15,9 @@ protected:
     /// What is left where the run refuses to start: the usage text, behind what it `says`.
     static Tree refused(const std::string& says = "") {
         const std::string usage = read_file(source_path("tests/golden/usage.txt"));
-        return {{"status", "255"}, {"stdout", says + replaced(usage, "%s", TEST_PROGRAM)}, {"stderr", ""}};
+        return {{"status", "255"},
+                {"stdout", says + replaced(usage, "%s", TEST_BUILD_DIR "/itunes-import")},
+                {"stderr", ""}};
     }
 };
 
@@ -106,7 +108,7 @@ TEST_F(CommandLine, OutputsThatFailEndNoRunAndSpoilNoFile) {
         playlists += playlist(std::to_string(index) + std::string(240, 'n'), std::to_string(index), {0});
     }
     lay_out(track(0, "l.xml"), playlists);
-    const std::string program = TEST_EMULATOR " '" TEST_PROGRAM "' -dbdir db -itunes-lib l.xml -logfile ";
+    const std::string program = program_words("itunes-import") + "-dbdir db -itunes-lib l.xml -logfile ";
     // Valgrind writes files of its own, so it does not start within such a limit.
     const std::string limit = program.starts_with("valgrind") ? "" : "ulimit -f 0; ";
     for (const std::string& line :

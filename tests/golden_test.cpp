@@ -8,7 +8,7 @@ TEST(Golden, TheBundledLibraryGivesTheSameBytesEverywhere) {
         const TempDir folder;
         write_file("library/l.xml", fixture::bundled_library("media/"));
         write_file("out/db/made", "");
-        EXPECT_EQ(run_import({"-dbdir", "out/db", "-itunes-lib", "library/l.xml"}).status, 0);
+        EXPECT_EQ(run_line("import -dbdir out/db -itunes-lib library/l.xml").status, 0);
         for (const auto& [path, bytes] : read_tree("out")) {
             result += "== " + path + "\n" + bytes;
         }

@@ -84,7 +84,7 @@ inline const std::string gone = "(gone)";
 inline const std::string note = "upnp_malloc: MemCriticalSection not initialized\n";
 inline Tree run(const std::string& arguments) {
     const Tree before = read_tree(".");
-    const RunResult result = run_line(TEST_EMULATOR " '" TEST_PROGRAM "' " + arguments);
+    const RunResult result = run_line("import " + arguments);
     Tree after = read_tree(".");
     after.insert({{"status", std::to_string(result.status)}, {"stdout", result.out}, {"stderr", result.err}});
     for (const auto& [path, bytes] : before) {

@@ -7,6 +7,8 @@
 
 #include "tools/shared/media_search.h"
 
+using namespace fixture;
+
 namespace {
 
 struct LibraryFile {
@@ -173,19 +175,17 @@ TEST(PrepareMedia, PathsLeadToWhatWasFoundAndToWhatIsInItsPlace) {
                                      text("Location", location));
     }
     write_file("library.xml", library(tracks));
-    const RunResult file =
-        run_program(TEST_PREPARE_PROGRAM, {"--media", "media", "--report", "library.xml", "prepared.xml"});
+    const RunResult file = run_line("prepare --media media --report library.xml prepared.xml");
     EXPECT_EQ(file.status, 0);
     EXPECT_NE(file.err.find("1 missing"), std::string::npos) << file.err;
     EXPECT_NE(file.err.find("2 found below the folder of --media"), std::string::npos) << file.err;
     EXPECT_EQ(run_line("grep -o 'file:[^<]*' prepared.xml").out, old + "A/1\n" + found + "A/2\n" + found +
                                                                      "B/3\n" + old + "A/4\n" + old + "a/5\n" +
                                                                      old + "A/6\n");
-    const RunResult pipe =
-        run_line("cat library.xml | " TEST_EMULATOR " '" TEST_PREPARE_PROGRAM "' --media media -");
+    const RunResult pipe = run_line("cat library.xml | prepare --media media -");
     EXPECT_EQ(pipe.out, read_file("prepared.xml"));
     for (const std::string wrong : {"", "nowhere", "library.xml"}) {
-        EXPECT_EQ(run_program(TEST_PREPARE_PROGRAM, {"--media", wrong, "library.xml", "other.xml"}).status,
+        EXPECT_EQ(run_line("prepare --media '" + wrong + "' library.xml other.xml").status,
                   wrong.empty() ? 2 : 1);
     }
     EXPECT_FALSE(std::filesystem::exists("other.xml"));

@@ -24,7 +24,7 @@ std::string said(const std::string& text) {
 
 /// Runs a night with these words of the shell: "STATUS", or with what it said "STATUS: ...".
 std::string night(const std::string& arguments = usual) {
-    const RunResult result = run_line(TEST_EMULATOR " '" TEST_NIGHT_PROGRAM "' " + arguments);
+    const RunResult result = run_line("night " + arguments);
     const std::string text = result.out + result.err;
     return std::to_string(result.status) + (text.empty() ? "" : ": " + text);
 }
@@ -68,8 +68,7 @@ TEST(Night, LeavesWhatAnImportLeavesAndLogsWhatItLogs) {
             write_file(playlist_dir + "/mine.wpl", "mine");
             const std::string arguments =
                 "-dbdir db -playlist-dir " + playlist_dir + " -itunes-lib lib/l.xml -logfile logs/log";
-            EXPECT_EQ(is_night ? night(arguments)
-                               : run_line(TEST_EMULATOR " '" TEST_PROGRAM "' " + arguments).err,
+            EXPECT_EQ(is_night ? night(arguments) : run_line("import " + arguments).err,
                       is_night ? "0" : note);
             fs::remove("db/itunes-import-temp");
             trees[is_night] = read_tree(".");

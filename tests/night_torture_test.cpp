@@ -58,9 +58,7 @@ Tree results() {
     Tree tree = read_tree(".");
     const std::string here = std::filesystem::current_path();
     for (auto& [path, bytes] : tree) {
-        for (size_t at = 0; (at = bytes.find(here, at)) != std::string::npos;) {
-            bytes.replace(at, here.size(), "HERE");
-        }
+        bytes = replaced(bytes, here, "HERE");
     }
     std::erase_if(tree, [](const auto& file) {
         return file.first.starts_with("log") || file.first == "said" ||

@@ -1,6 +1,6 @@
 // itunes-prepare: what it writes, the import brings whole, whatever layout the library came in.
 
-#include "tests/import_fixture.h"
+#include "tests/companion_fixture.h"
 
 #include <cerrno>
 #include <sys/stat.h>
@@ -11,14 +11,10 @@
 
 namespace {
 
-using fixture::number;
-using fixture::text;
+using namespace fixture;
 
 class Prepare : public testing::Test {
 protected:
-    static RunResult run(const std::vector<std::string>& arguments) {
-        return run_program(TEST_PREPARE_PROGRAM, arguments);
-    }
     /// What becomes of a library; the failure, where there is one.
     static std::string prepared(const std::string& library) {
         write_file("in.xml", library);
@@ -29,7 +25,7 @@ protected:
     static Tree imported(const std::string& library) {
         write_file("library.xml", library);
         write_file("db/made", "");
-        EXPECT_EQ(run_import({"-dbdir", "db", "-itunes-lib", "library.xml"}).status, 0);
+        EXPECT_EQ(run_line("import -dbdir db -itunes-lib library.xml").status, 0);
         Tree tree = read_tree("db");
         std::filesystem::remove_all("db");
         return tree;
@@ -37,25 +33,18 @@ protected:
     TempDir folder;
 };
 
-/// Dictionaries, each of these keys; in a dictionary, each has a key in front of it.
-std::string dictionaries(const std::vector<std::string>& each, const std::string& key) {
-    std::string joined;
-    for (const std::string& keys : each) {
-        joined += key + "<dict>" + keys + "</dict>";
-    }
-    return joined;
+/// Playlists of these keys, and a library that holds them in front of its tracks.
+std::string dict(const std::string& keys) {
+    return "<dict>" + keys + "</dict>";
 }
-/// A library of tracks, each the keys of its dictionary, and playlists alike.
-std::string library_of(const std::vector<std::string>& tracks, const std::vector<std::string>& playlists,
-                       bool playlists_first = false) {
-    const std::string first = "<key>Tracks</key><dict>" + dictionaries(tracks, "<key>0</key>") + "</dict>";
-    const std::string second = "<key>Playlists</key><array>" + dictionaries(playlists, "") + "</array>";
-    return "<plist><dict>" + (playlists_first ? second + first : first + second) + "</dict></plist>";
+std::string playlists_first(const std::string& tracks, const std::string& playlists) {
+    return "<plist><dict><key>Playlists</key><array>" + playlists + "</array><key>Tracks</key>" +
+           dict(tracks) + "</dict></plist>";
 }
-std::string plays(const std::vector<std::string>& track_ids) {
+std::string playing(const std::vector<std::string>& track_ids) {
     std::string items;
     for (const std::string& track_id : track_ids) {
-        items += "<dict>" + number("Track ID", track_id) + "</dict>";
+        items += dict(number("Track ID", track_id));
     }
     return "<key>Playlist Items</key><array>" + items + "</array>";
 }
@@ -63,7 +52,7 @@ std::string plays(const std::vector<std::string>& track_ids) {
 } // namespace
 
 TEST_F(Prepare, ALibraryArrivesFromEveryLayoutAsADirectImportHasIt) {
-    const std::string bundled = fixture::bundled_library(folder.path() + "/media/");
+    const std::string bundled = bundled_library(folder.path() + "/media/");
     // Written so that the import itself reads a plus sign.
     const Tree expected = imported(replaced(bundled, "Salt+", "Salt&#43;"));
     ASSERT_EQ(expected.size(), 13U);
@@ -81,11 +70,8 @@ TEST_F(Prepare, ALibraryArrivesFromEveryLayoutAsADirectImportHasIt) {
 }
 
 TEST_F(Prepare, PlaylistsAreWrittenAsTheImportReadsThemBest) {
-    const std::vector<std::string> tracks = {number("Track ID", "2147483647") + text("Location", "http://x"),
-                                             number("Track ID", "1") + text("Location", "file:///lost"),
-                                             number("Track ID", "2") + text("Location", "file:///x") +
-                                                 "<key>Protected</key><true/>",
-                                             number("Track ID", "3")};
+    const std::string tracks = whole_track(2147483647, text("Location", "http://x")) + at_path(1, "///lost") +
+                               at_path(2, "///x", flag("Protected")) + whole_track(3, "");
     const std::string videos = "<key>Videos</key><true/>";
     const std::string smart = "<key>Smart Info</key><data></data>";
     const std::string podcasts = "<key>Podcasts</key><true/>";
@@ -93,10 +79,10 @@ TEST_F(Prepare, PlaylistsAreWrittenAsTheImportReadsThemBest) {
     const std::string hidden = "<key>Visible</key><false/>";
     const std::string parent = text("Parent Persistent ID", "P");
     const std::string name = text("Name", "A");
-    const std::string one = plays({"1"});
+    const std::string one = playing({"1"});
     const std::string key = "Playlist Persistent ID";
-    const std::string stream = plays({"2147483647"});
-    const std::string silent = plays({"2", "3", "-1"});
+    const std::string stream = playing({"2147483647"});
+    const std::string silent = playing({"2", "3", "-1"});
     const struct {
         const char* name;
         std::string keys;
@@ -107,14 +93,14 @@ TEST_F(Prepare, PlaylistsAreWrittenAsTheImportReadsThemBest) {
         {"protected, in the cloud and unknown", videos + silent, silent},
         {"smart videos", one + smart + videos, smart + one},
         {"a name without a file", text("Name", "Podcasts") + one + videos, one},
-        {"built in", number("Distinguished Kind", " 0x04 "), number("Distinguished Kind", "4") + plays({})},
-        {"a hidden folder plays nothing", one + hidden + group, group + hidden + plays({})},
+        {"built in", number("Distinguished Kind", " 0x04 "), number("Distinguished Kind", "4") + playing({})},
+        {"a hidden folder plays nothing", one + hidden + group, group + hidden + playing({})},
         {"podcasts", podcasts + one, podcasts + one},
         {"a smart folder, which gives a title", one + smart + group, group + smart + one},
         {"a parent", one + parent + name, parent + one},
         {"a parent of no name", one + parent, one},
         {"an id that is too long", text(key, std::string(128, 'i')) + one, one},
-        {"numbers of no track", plays({"0", "2147483648", "x"}), plays({})},
+        {"numbers of no track", playing({"0", "2147483648", "x"}), playing({})},
     };
     const auto flat = [](const std::string& lines) { return replaced(replaced(lines, "\n", ""), "\t", ""); };
     const std::string seventh = number("Playlist ID", "7");
@@ -122,13 +108,14 @@ TEST_F(Prepare, PlaylistsAreWrittenAsTheImportReadsThemBest) {
         SCOPED_TRACE(row.name);
         const std::string expected =
             seventh + text(key, "itunes-prepare-1") + row.written + "</dict></array></dict></plist>";
-        for (const bool playlists_first : {false, true}) {
-            const std::string written = prepared(library_of(tracks, {row.keys + seventh}, playlists_first));
+        for (const auto& lay_out : {library, playlists_first}) {
+            const std::string written = prepared(lay_out(tracks, dict(row.keys + seventh)));
             EXPECT_TRUE(flat(written).ends_with(flat(expected))) << written;
         }
     }
     const std::string late = text(key, "B") + text("Name", "Late");
-    const std::string result = prepared(library_of({}, {late, text(key, "itunes-prepare-4"), late, ""}));
+    const std::string result =
+        prepared(library("", dict(late) + dict(text(key, "itunes-prepare-4")) + dict(late) + dict("")));
     EXPECT_NE(result.find(text("Name", "Late")), std::string::npos) << result;
     EXPECT_NE(result.find(">itunes-prepare-3<"), std::string::npos) << result;
     EXPECT_NE(result.find(">itunes-prepare-4'<"), std::string::npos) << result;
@@ -137,11 +124,9 @@ TEST_F(Prepare, PlaylistsAreWrittenAsTheImportReadsThemBest) {
 TEST_F(Prepare, ADateStaysOneAndLongTextsAreCut) {
     const std::string date = "<key>Date Modified</key><date>";
     const std::string blanks(65'535, ' '); // and one character more is kept
-    const std::string written = prepared(library_of({date + blanks + "12</date>"}, {}));
+    const std::string written = prepared(library(whole_track(1, date + blanks + "12</date>")));
     EXPECT_NE(written.find(date + "1</date>"), std::string::npos) << written;
-    const std::string version = text("Application Version", std::string(65, 'v'));
-    const std::string cut =
-        prepared(replaced(library_of({}, {}), "<plist><dict>", "<plist><dict>" + version));
+    const std::string cut = prepared(replaced(library(""), "12.1", std::string(65, 'v')));
     EXPECT_NE(cut.find(">" + std::string(64, 'v') + "<"), std::string::npos) << cut;
 }
 
@@ -174,16 +159,14 @@ TEST_F(Prepare, PathsArriveUnderTheSpellingOfTheDiskAndWhatDoesNotArriveIsTold) 
     }
     write_file("new/Caf\u00e9/a.mp3", "");
     const std::string long_name = text("Name", std::string(992, 'n'));
-    const std::vector<std::string> tracks = {
-        text("Location", "http://x"),
-        text("Location", "file:///old/p") + "<key>Protected</key><true/>",
-        text("Location", "file://localhost/old/CAFe%CC%81/a.mp3"),
-        text("Location", "file://nas//old/two/X.mp3"),
-        text("Location", "file:///old/%3C/string%3E%0A%E9"),
-        number("Track ID", "7") + long_name + number("Size", "2147483648"),
-    };
-    write_file("in.xml", library_of(tracks, {long_name}));
-    const RunResult result = run({"--map=/old=" + folder.path() + "/new", "--report", "in.xml"});
+    write_file("in.xml",
+               library(whole_track(1, text("Location", "http://x")) +
+                           at_path(2, "///old/p", flag("Protected")) +
+                           at_path(3, "//localhost/old/CAFe%CC%81/a.mp3") +
+                           at_path(4, "//nas//old/two/X.mp3") + at_path(5, "///old/%3C/string%3E%0A%E9") +
+                           whole_track(7, long_name + number("Size", "2147483648")),
+                       dict(long_name)));
+    const RunResult result = run_line("prepare --map=/old='" + folder.path() + "/new' --report in.xml");
     const std::string written = replaced(result.out, folder.path(), "/HERE");
     for (const char* path : {"/p", "/Caf\u00e9/a.mp3", "/two/X.mp3", "/&#60;/string&#62;%0A%E9"}) {
         const std::string location = text("Location", std::string("file://localhost/HERE/new") + path);
@@ -206,7 +189,7 @@ TEST_F(Prepare, PathsArriveUnderTheSpellingOfTheDiskAndWhatDoesNotArriveIsTold) 
                   "           /HERE/new/Caf\u00e9/a.mp3\n"
                   "       3 without a file here (protected, streams, in the cloud)\n"
                   "       3 mapped\n");
-    const RunResult brief = run({"--no-probe", "in.xml"});
+    const RunResult brief = run_line("prepare --no-probe in.xml");
     EXPECT_EQ(brief.err, "itunes-prepare: 6 tracks, 1 playlists\n" + too_long);
     EXPECT_NE(brief.out.find("file://localhost/old/two/X.mp3<"), std::string::npos);
 }
@@ -242,29 +225,28 @@ TEST_F(Prepare, ADamagedLibraryIsLocatedAndLeavesTheOutputAsItWas) {
 }
 
 TEST_F(Prepare, TheOutputIsAFileAStreamOrThere) {
-    const std::string written = prepared(library_of({}, {}));
+    const std::string written = prepared(library(""));
     ASSERT_TRUE(written.ends_with("</plist>\n"));
     chmod("out.xml", 0640);
     std::filesystem::create_symlink("out.xml", "link");
     write_file("out.xml", "");
-    EXPECT_EQ(run({"in.xml", "link"}).status, 0);
+    EXPECT_EQ(run_line("prepare in.xml link").status, 0);
     EXPECT_EQ(read_file("out.xml"), written);
     EXPECT_TRUE(std::filesystem::is_symlink("link"));
     EXPECT_EQ(std::filesystem::status("out.xml").permissions(), std::filesystem::perms(0640));
-    const std::string program = TEST_EMULATOR " '" TEST_PREPARE_PROGRAM "' ";
     const struct {
         std::string line;
         std::string out;
         std::string failure;
     } rows[] = {
-        {program + "- <in.xml", written, ""},
-        {"{ echo first; " + program + "in.xml /dev/stdout; } >>kept; cat kept", "first\n" + written, ""},
-        {program + "in.xml /dev/stderr 2>&1 >/dev/null", written, ""},
-        {program + "in.xml /dev/full", "", "write /dev/full: No space left on device"},
-        {program + "in.xml >&-", "", "write standard output: Bad file descriptor"},
-        {program + "in.xml no/out.xml", "", "write no/out.xml: No such file or directory"},
-        {program + "no.xml", "", "open no.xml: No such file or directory"},
-        {program + ". out.xml", "", "open .: Is a directory"},
+        {"prepare - <in.xml", written, ""},
+        {"{ echo first; prepare in.xml /dev/stdout; } >>kept; cat kept", "first\n" + written, ""},
+        {"prepare in.xml /dev/stderr 2>&1 >/dev/null", written, ""},
+        {"prepare in.xml /dev/full", "", "write /dev/full: No space left on device"},
+        {"prepare in.xml >&-", "", "write standard output: Bad file descriptor"},
+        {"prepare in.xml no/out.xml", "", "write no/out.xml: No such file or directory"},
+        {"prepare no.xml", "", "open no.xml: No such file or directory"},
+        {"prepare . out.xml", "", "open .: Is a directory"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.line);
@@ -274,24 +256,24 @@ TEST_F(Prepare, TheOutputIsAFileAStreamOrThere) {
         EXPECT_EQ(result.err, row.failure.empty() ? "" : "itunes-prepare: can not " + row.failure + "\n");
     }
     const RunResult ended = // by a signal: the unfinished file goes
-        run_line("mkfifo pipe; " + program +
+        run_line("mkfifo pipe; " + program_words("itunes-prepare") +
                  "pipe out.xml & exec 3>pipe; until ls -A | grep -q prepare; do sleep 0.1; done;"
                  " kill $!; { wait $!; } 2>/dev/null; echo $?; ls -A | grep -c prepare");
     EXPECT_EQ(ended.out, "143\n0\n");
 }
 
 TEST_F(Prepare, WrongUsageSaysWhatWasWrong) {
-    const std::pair<std::vector<std::string>, const char*> rows[] = {
-        {{}, "one or two files are wanted"},        {{"a", "b", "c"}, "one or two files are wanted"},
-        {{"a", ""}, "one or two files are wanted"}, {{"--map", "=b", "a"}, "--map takes FROM=TO"},
-        {{"--map=a=", "a"}, "--map takes FROM=TO"}, {{"--bogus", "a"}, "unknown option '--bogus'"},
+    const std::pair<const char*, const char*> rows[] = {
+        {"", "one or two files are wanted"},     {"a b c", "one or two files are wanted"},
+        {"a ''", "one or two files are wanted"}, {"--map =b a", "--map takes FROM=TO"},
+        {"--map=a= a", "--map takes FROM=TO"},   {"--bogus a", "unknown option '--bogus'"},
     };
-    const std::string usage = run({"-h"}).out;
+    const std::string usage = run_line("prepare -h").out;
     expect_golden(usage, "prepare-usage.txt");
     for (const auto& [arguments, words] : rows) {
-        const RunResult result = run(arguments);
+        const RunResult result = run_line(std::string("prepare ") + arguments);
         EXPECT_EQ(result.status, 2);
         EXPECT_EQ(result.out + result.err, std::string("itunes-prepare: ") + words + "\n" + usage);
     }
-    EXPECT_TRUE(run({"--version"}).out.starts_with("itunes-prepare 1."));
+    EXPECT_TRUE(run_line("prepare --version").out.starts_with("itunes-prepare 1."));
 }

@@ -62,7 +62,19 @@ inline std::string source_path(const std::string& relative) {
     return TEST_SOURCE_DIR + ("/" + relative);
 }
 
-/// Runs a line of the shell: its status (128 and the signal where that killed it), and what it printed.
+/// The words of the shell that run a built program, and a command of the shell that does.
+inline std::string program_words(const std::string& program) {
+    return TEST_EMULATOR " '" TEST_BUILD_DIR "/" + program + "' ";
+}
+inline std::string command(const std::string& name, const std::string& program) {
+    return name + "() { " + program_words(program) + "\"$@\"; }; ";
+}
+inline const std::string commands = command("import", "itunes-import") + command("items", "itunes-items") +
+                                    command("check", "itunes-check") + command("prepare", "itunes-prepare") +
+                                    command("night", "itunes-import-night");
+
+/// Runs a line of the shell, in which these commands can be used: its status (128 and the signal where that killed
+/// it), and what it printed.
 struct RunResult {
     int status;
     std::string out;
@@ -71,7 +83,7 @@ struct RunResult {
 inline RunResult run_line(const std::string& line) {
     const std::string here = std::filesystem::current_path();
     const TempDir outputs;
-    const int status = system(("{ cd '" + here + "' && " + line + "; } >out 2>err").c_str());
+    const int status = system(("{ cd '" + here + "' && " + commands + line + "; } >out 2>err").c_str());
     return {WEXITSTATUS(status), read_file("out"), read_file("err")};
 }
 
@@ -88,22 +100,8 @@ inline void expect_golden(const std::string& text, const std::string& name) {
     }
 }
 
-/// Runs a program, one of the system's own or a built one, with these arguments, none of which holds a quote.
-inline RunResult run_program(const std::string& program, const std::vector<std::string>& arguments) {
-    std::string line = (program.starts_with("/usr/bin/") ? "'" : TEST_EMULATOR " '") + program + "'";
-    for (const std::string& argument : arguments) {
-        line += " '" + argument + "'";
-    }
-    return run_line(line);
-}
-
 /// Whether programs run in qemu, which lists a root directory of its own to them.
 inline const bool is_emulated = std::string(TEST_EMULATOR).starts_with("qemu");
-
-/// Runs the built itunes-import.
-inline RunResult run_import(const std::vector<std::string>& arguments) {
-    return run_program(TEST_PROGRAM, arguments);
-}
 
 /// The text with every log time replaced by "TIME ".
 inline std::string mask_times(std::string text) {
