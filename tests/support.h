@@ -29,7 +29,9 @@ public:
     const std::string& path() const { return path_; }
 
 private:
-    std::string path_ = std::filesystem::temp_directory_path() / "itunes-import-test-XXXXXX";
+    // Without symbolic links, as programs print it.
+    std::string path_ =
+        std::filesystem::canonical(std::filesystem::temp_directory_path()) / "itunes-import-test-XXXXXX";
     const std::filesystem::path earlier_folder_ = std::filesystem::current_path();
 };
 
