@@ -58,12 +58,14 @@ private:
     [[nodiscard]] bool import_library();
     [[nodiscard]] bool judge();
     [[nodiscard]] bool verify();
+    [[nodiscard]] bool spares_library() const;
     [[nodiscard]] bool publish_all();
     void tell() const;
     [[nodiscard]] bool write_page();
 
     void end_where_ordered();
     [[nodiscard]] std::string playlist_path(const CheckedPlaylist& playlist) const;
+    [[nodiscard]] std::vector<FileMove> moves() const;
     [[nodiscard]] bool work();
 
     const NightRequest& request_;
@@ -148,22 +150,14 @@ bool Night::look_at_present_items() {
 }
 
 bool Night::make_workspaces() {
-    struct stat playlist_status = {};
-    if (stat(request_.playlist_dir.c_str(), &playlist_status) != 0) {
-        return fail(request_.playlist_dir, strerror(errno));
-    }
     const auto make = [](NightWorkspace* workspace, const std::string& directory) {
         NightWorkspace::remove_leftovers(directory);
         const int error = workspace->make(directory);
         return error == 0 ||
                fail(directory, "no directory can be made there: " + std::string(strerror(error)));
     };
-    struct stat database_status = {};
-    if (fstat(database_.directory.number(), &database_status) != 0) {
-        return fail(request_.database_dir, strerror(errno));
-    }
-    const bool are_apart =
-        database_status.st_dev != playlist_status.st_dev || database_status.st_ino != playlist_status.st_ino;
+    // Compared as they are spelt: from one mount of a directory to another one of the same nothing moves.
+    const bool are_apart = request_.playlist_dir != request_.database_dir;
     if (!make(&items_workspace_, request_.database_dir) ||
         (are_apart && !make(&playlists_workspace_, request_.playlist_dir))) {
         return false;
@@ -273,18 +267,34 @@ bool Night::verify() {
     return is_whole;
 }
 
-/// Puts all files in their places. The workspaces go before the directories are flushed, so that a power cut
-/// does not bring them back either.
-bool Night::publish_all() {
+/// What is to be published: the items file first, then the playlists, which refer to the same files.
+std::vector<FileMove> Night::moves() const {
     std::vector<FileMove> moves = {{new_items_path_, items_path_}};
     for (const CheckedPlaylist& playlist : tally_.playlists) {
         if (playlist.outcome == CheckedOutcome::file) {
             moves.push_back({playlist_path(playlist), request_.playlist_dir + "/" + playlist.file_name});
         }
     }
+    return moves;
+}
+
+/// The library itself may lie where a file is published.
+bool Night::spares_library() const {
+    for (const FileMove& move : moves()) {
+        if (is_same_file(move.to, request_.library_path)) {
+            return fail(request_.library_path, "would be replaced by the new file of this name");
+        }
+    }
+    return true;
+}
+
+/// Puts all files in their places. The workspaces go before the directories are flushed, so that a power cut
+/// does not bring them back either.
+bool Night::publish_all() {
+    const std::vector<FileMove> files = moves();
     const std::vector<std::string> directories = {request_.database_dir, request_.playlist_dir};
     end_where_ordered();
-    const bool are_moved = move_into_place(moves);
+    const bool are_moved = move_into_place(files);
     items_workspace_.remove();
     playlists_workspace_.remove();
     return flush_directories(directories) && are_moved;
@@ -339,7 +349,7 @@ void Night::end_where_ordered() {
 /// All that happens before anything is published.
 bool Night::work() {
     return look_at_library() && look_at_present_items() && make_workspaces() && prepare() &&
-           import_library() && judge() && verify();
+           import_library() && judge() && verify() && spares_library();
 }
 
 int Night::run() {
