@@ -171,8 +171,9 @@ WRAP(int, -1, close, (int file), (file), note_write(file, false, true))
 // Nothing is flushed in fact: it would take longer than all the rest.
 extern "C" int __wrap_fsync(int file) {
     if (progress != nullptr) {
-        note_write(file, true, false);
-        progress->hit_a_look = progress->hit_a_look || is_due(progress->calls + 1, call_once, calls_onward);
+        const bool fails = is_due(progress->calls + 1, call_once, calls_onward);
+        note_write(file, !fails, false);
+        progress->hit_a_look = progress->hit_a_look || fails;
     }
     return call_fails() ? -1 : 0;
 }

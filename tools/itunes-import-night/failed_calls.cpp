@@ -27,8 +27,9 @@ constexpr size_t call_count = std::size(call_texts);
 static_assert(call_count == static_cast<size_t>(UpnpFileCall::mkdir) + 1);
 
 constexpr int none = -1;
+constexpr int not_all_taken = 0; // by a write, which has no error then
 
-std::array<int, call_count> first_errors; // by call; 0 for a write that took less
+std::array<int, call_count> first_errors; // by call
 uint32_t refused_before = 0;
 
 bool is_usual(UpnpFileCall call, int error) {
@@ -42,7 +43,8 @@ bool is_usual(UpnpFileCall call, int error) {
 
 void note_failure(UpnpFileCall call, int error) {
     int& first = first_errors[static_cast<size_t>(call)];
-    if (first == none && !is_usual(call, error)) {
+    // On a full disk one write takes less, and only the next one says why.
+    if ((first == none || first == not_all_taken) && !is_usual(call, error)) {
         first = error;
     }
 }
@@ -62,7 +64,7 @@ std::vector<std::string> FailedCalls::end() {
         const int error = first_errors[call];
         if (error != none) {
             failures.push_back(std::string(call_texts[call]) + ": " +
-                               (error == 0 ? "not all was taken" : strerror(error)));
+                               (error == not_all_taken ? "not all was taken" : strerror(error)));
         }
     }
     if (upnp_mem_refused() != refused_before) {
