@@ -62,13 +62,11 @@ ImportResult run_guarded_import(const GuardedImport& import) {
     const ImportGuard guard(listener.observer(), import.end_where_ordered);
     FailedCalls::begin();
     UpnpFile* items = upnp_file_open_write(import.items_path.c_str());
-    if (items != nullptr) {
-        import_observer = &guard.observer();
-        itunes_read_library(import.library_path.c_str(), items);
-        import_observer = nullptr;
-        upnp_file_sync(items);
-        upnp_file_close(items);
-    }
+    import_observer = &guard.observer();
+    itunes_read_library(import.library_path.c_str(), items);
+    import_observer = nullptr;
+    upnp_file_sync(items);
+    upnp_file_close(items);
     ImportResult result;
     result.failures = FailedCalls::end();
     if (guard.is_out_of_memory()) {
