@@ -5,6 +5,8 @@
 #include "tests/companion_fixture.h"
 
 #include <random>
+#include <sys/stat.h>
+#include <unistd.h>
 
 using namespace fixture;
 
@@ -295,6 +297,31 @@ TEST_F(Check, SaysWhatToDo) {
     const std::string beside =
         lost(20, "C:/a") + lost(20, "C:/b", 30) + lost(20, "C:/there", 60) + at_path(99, "C:/there/Song.mp3");
     EXPECT_NE(advice(library(beside)).find(map("'C:/a'")), std::string::npos);
+}
+
+TEST_F(Check, TellsHowToOpenAFolderToThisUser) {
+    const std::string other_user = "setpriv --reuid=65534 --regid=65534 --clear-groups " TEST_EMULATOR " ";
+    std::filesystem::copy_file(TEST_BUILD_DIR "/itunes-check", "program");
+    std::filesystem::permissions(".", std::filesystem::perms(0755));
+    if (run_line(other_user + "./program -h").status != 0) {
+        GTEST_SKIP() << "needs root, and a TMPDIR that others may enter";
+    }
+    write_file("closed/in/1.mp3", "");
+    write_file("l.xml", library(lost(1, folder_.path() + "/closed/in")));
+    const struct {
+        uid_t owner;
+        gid_t group;
+        mode_t mode;
+        std::string command;
+    } rows[] = {{0, 0, 0770, "sudo chmod o"}, {0, 65534, 0707, "sudo chmod g"}, {65534, 0, 0677, "chmod u"}};
+    for (const auto& row : rows) {
+        EXPECT_EQ(chown("closed", row.owner, row.group) | chmod("closed", row.mode), 0);
+        const std::string said = run_line(other_user + "./program l.xml").out;
+        EXPECT_NE(said.find("user " + std::to_string(row.owner) + "; whoever owns it can open it:\n    " +
+                            row.command + "+x '" + folder_.path() + "/closed'\n"),
+                  std::string::npos)
+            << said;
+    }
 }
 
 TEST_F(Check, FailsWithALine) {

@@ -200,13 +200,20 @@ std::vector<std::string> closed_folders(const CheckSummary& summary) {
     return closed;
 }
 
+/// Appends how to open a folder to this user, for whom one of three permissions counts: the owner's, the group's
+/// or that of all others.
 void append_closed(std::string* lines, const std::string& folder) {
     struct stat status = {};
     (void)stat(folder.c_str(), &status);
+    const bool is_own = status.st_uid == geteuid();
+    const bool is_of_group = status.st_gid == getegid() || group_member(status.st_gid) != 0;
     append(lines,
            "  This user (%u) may not enter a folder of user %u; whoever owns it can open it:\n"
-           "    sudo chmod o+x %s\n",
-           static_cast<unsigned>(geteuid()), static_cast<unsigned>(status.st_uid),
+           "    %schmod %c+x %s\n",
+           static_cast<unsigned>(geteuid()), static_cast<unsigned>(status.st_uid), is_own ? "" : "sudo ",
+           is_own        ? 'u'
+           : is_of_group ? 'g'
+                         : 'o',
            shell_word(folder).c_str());
 }
 
