@@ -2,8 +2,6 @@
 
 #include "tests/support.h"
 
-#include <algorithm>
-
 #include "tools/itunes-check/layout.h"
 
 namespace {
@@ -11,18 +9,26 @@ namespace {
 using enum LibraryLayout;
 
 TEST(LayoutCounter, TakesAKeyWithItsValueFromALine) {
+    const std::string version = "<key>Application Version</key>";
+    const std::string track = "<key>Track ID</key><integer>1</integer>\n";
     const struct {
         std::string lines; // each ends at its line feed
         LibraryLayout layout;
         uint32_t beside, apart;
+        std::string version = "";
+        uint32_t tracks = 0;
     } rows[] = {
         {"<key>Tracks</key>\n", as_read, 0, 0},
         {"<key>Date</key>\n<key>Unknown</key><string>x</string>\n", no_library, 0, 0},
-        {"<key>Application Version</key><string>12</string>\n", as_read, 1, 0},
-        {"<key>Track ID</key><integer>1</integer>\n<key>Playlist ID</key><integer>1</integer>\n"
+        {version + "<string>12</string>\n" + version + "<string>9</string>\n", as_read, 2, 0, "12"},
+        {version + "\n<string>4.1\x1B</string>\n<string>5</string>\n", other, 0, 1, "4.1\x1B"},
+        {version + "\n<key>Major Version</key>\n<string>4</string>\n", other, 0, 2},
+        {version + "<string>" + std::string(64, '1') + "</string>\n", as_read, 1, 0, std::string(63, '1')},
+        {track + track + "<key>Playlists</key>\n" + track, as_read, 3, 0, "", 2},
+        {"<key>Playlist ID</key><integer>1</integer>\n"
          "<key>Playlist Persistent ID</key><string>A</string>\n"
          "<key>Parent Persistent ID</key><string>B</string>\n",
-         as_read, 4, 0},
+         as_read, 3, 0},
         {"<key>Protected</key><true/>\n", as_read, 1, 0},
         {"<key>Protected</key>\n<true/>\n", other, 0, 1}, // the literal is not there
         {"<key>Date Modified</key><date>2020</date>\n", as_read, 1, 0},
@@ -39,26 +45,6 @@ TEST(LayoutCounter, TakesAKeyWithItsValueFromALine) {
         EXPECT_EQ(counter.layout(), row.layout);
         EXPECT_EQ(counter.keys_beside(), row.beside);
         EXPECT_EQ(counter.keys_apart(), row.apart);
-    }
-}
-
-TEST(LayoutCounter, NotesTheFirstVersionAndTheTracks) {
-    const std::string key = "<key>Application Version</key>";
-    const std::string track = "<key>Track ID</key><integer>1</integer>";
-    const struct {
-        std::vector<std::string> lines;
-        std::string version;
-        uint32_t tracks;
-    } rows[] = {
-        {{key + "<string>1.2</string>", key + "<string>9</string>"}, "1.2", 0},
-        {{key, "<string>4.1\x1B</string>", "<string>5</string>"}, "4.1\x1B", 0},
-        {{key, "<key>Major Version</key>", "<string>4</string>"}, "", 0},
-        {{key + "<string>" + std::string(64, '1') + "</string>"}, std::string(63, '1'), 0},
-        {{track, track, "<key>Playlists</key>", track}, "", 2},
-    };
-    for (const auto& row : rows) {
-        LayoutCounter counter;
-        std::ranges::for_each(row.lines, [&](const auto& line) { counter.add_line(line.c_str()); });
         EXPECT_EQ(counter.version(), row.version);
         EXPECT_EQ(counter.tracks(), row.tracks);
     }

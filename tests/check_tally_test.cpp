@@ -134,16 +134,4 @@ TEST(TrackExplanation, LooksForEachOfThousandsInALargeFolder) {
     EXPECT_EQ(explanation.respelled_examples()[4].differences, spelling_case);
 }
 
-TEST(LibraryProgress, GoesFromTheLinesToTheLastTrack) {
-    LibraryProgress progress(1000);
-    EXPECT_EQ(progress.after_line(24), std::nullopt); // 0 at the start, too
-    EXPECT_EQ(progress.after_line(1), 1);
-    EXPECT_EQ(progress.after_line(1), std::nullopt);
-    EXPECT_EQ(progress.after_line(974), 40);
-    EXPECT_EQ(progress.after_track(0, 0), std::nullopt);
-    EXPECT_EQ(progress.after_track(1, 4), 55);
-    EXPECT_EQ(progress.after_track(4, 4), 100);
-    EXPECT_EQ(LibraryProgress(0).after_line(1), std::nullopt);
-}
-
 } // namespace
