@@ -13,7 +13,7 @@ namespace {
 constexpr char browse[] =
     "timeout 60 /usr/bin/chromium --headless --no-sandbox --disable-gpu --disable-quic --no-first-run "
     "--disable-background-networking --disable-component-update --disable-sync --user-data-dir=browser "
-    "--dump-dom 'file://";
+    "--enable-logging=stderr --dump-dom 'file://";
 
 /// A library in which one file is there and others are not, among them one with a name that would act in a page.
 class Page : public Companion {
@@ -40,7 +40,8 @@ TEST_F(Page, SaysWhatArrivesAndWhy) {
     write_file("new.mp3", "");
     lay_out(track(1, "new.mp3", named("Fresh")) +
                 track(2, "gone/else.mp3", named("Lost") + "<key>Artist</key>\n<string>X</string>\n"),
-            playlist("Smart", "B", {}, flag("Smart Info")) + playlist("Mine", "A", {2, 1}) + "</plist>\n");
+            playlist("Smart", "B", {}, flag("Smart Info")) + playlist("Mine", "A", {2, 1}) +
+                playlist("Long", "C", std::vector(101, 1)) + "</plist>\n");
     const std::string options = "--page page.html --items db/itunes.import.items --min-share 50";
     EXPECT_EQ(run_line("check " + options + " l.xml").status, 0);
     const std::string page = read_file("page.html");
@@ -48,13 +49,14 @@ TEST_F(Page, SaysWhatArrivesAndWhy) {
              "<h2>Tracks: 1 of 2 will arrive</h2>",
              "<rect class=\"missing\" height=\"10\" x=\"500\" width=\"500\"/></svg>",
              "stand whole on its key's line<code>line 7: Artist</code></li>\n",
-             "<details><summary>1 new</summary>\n<ul>\n<li>Fresh<code>new.mp3</code></li>\n",
-             "<summary>2 gone</summary>\n<ul>\n<li>here.mp3</li>\n<li></li>\n</ul>\n</details>\n",
+             "<summary>1 new</summary>\n<div class=\"rows\">\n<ul>\n<li>Fresh<code>new.mp3</code></li>\n",
+             "<summary>2 gone</summary>\n<div class=\"rows\">\n<ul>\n<li>here.mp3</li>\n<li></li>\n</ul>\n",
              "<tr><td>1</td><td>0</td><td>gone</td></tr>",
-             "<ul id=\"tracks\">\n<li>Lost <small>the file is not there (playlists keep the "
-             "path)</small><code>gone/else.mp3</code>",
-             "<summary>Mine <small>2 of 2 items, iTunes-playlist-Mine##M.wpl</small></summary>\n<ol>\n<li "
-             "class=\"gone\">Lost <small>no",
+             "<div class=\"rows\">\n<ul>\n<li>Lost <small>the file is not there (playlists keep the path)"
+             "</small><code>gone/else.mp3</code></li>\n</ul>",
+             "<summary>Mine <small>2 of 2 items, iTunes-playlist-Mine##M.wpl</small></summary>\n"
+             "<div class=\"rows\">\n<ol start=\"1\">\n<li class=\"gone\">Lost</li>\n<li>Fresh</li>\n</ol>",
+             "<li>Fresh</li>\n</ol>\n<ol start=\"101\">\n<li>Fresh</li>\n</ol>\n</div>\n</details>\n",
              "<summary>Smart <small>no file: smart</small></summary>\n</details>\n",
          }) {
         EXPECT_NE(page.find(part), std::string::npos) << part << "\nin\n" << page;
@@ -87,11 +89,18 @@ TEST_F(Page, ShowsHostileNamesAsText) {
     if (!std::filesystem::exists("/usr/bin/chromium")) {
         GTEST_SKIP() << "needs /usr/bin/chromium";
     }
-    for (const auto& [search, hidden] : {std::pair("", 0U), {"#search=LOST", 1U}, {"#search=%00none", 3U}}) {
+    const struct {
+        const char *search, *shown;
+        size_t hidden; // rows, or the list
+    } rows[] = {
+        {"", "3 tracks", 0}, {"#search=LOST", "2 of 3 tracks", 1}, {"#search=%00none", "0 of 3 tracks", 1}};
+    for (const auto& [search, shown, hidden] : rows) {
         SCOPED_TRACE(search);
         const RunResult seen = run_line(browse + folder_.path() + "/page.html" + search + "'");
-        EXPECT_EQ(count_of("<li hidden=\"\">", seen.out), hidden) << seen.err;
+        EXPECT_EQ(count_of(" hidden=\"\">", seen.out), hidden) << seen.err;
+        EXPECT_EQ(count_of(">" + std::string(shown) + "<", seen.out), 1U);
         EXPECT_EQ(seen.out.find("data-ran"), std::string::npos);
+        EXPECT_EQ(seen.err.find("CONSOLE"), std::string::npos) << seen.err; // as of a policy that is not kept
         EXPECT_EQ(count_of("<details>", seen.out), 3U);
     }
 }

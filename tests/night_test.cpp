@@ -354,8 +354,13 @@ TEST(Night, ShowsAPageOfABadNightToo) {
     EXPECT_TRUE(page_holds("none: No such file or directory"));
     EXPECT_EQ(night(usual + "--min-share 0 --page none/p.html"),
               "1: " + said("none/p.html: the page can not be written: No such file or directory"));
-    EXPECT_EQ(night(usual + "--page p.html"), "0");
+    write_file("l.xml", library(at_path(1, "b.mp3"), whole_playlist("R+B", "p", {1})));
+    EXPECT_EQ(night(usual + "--min-share 0 --page p.html"), "0");
+    EXPECT_TRUE(page_holds("with another title of a playlist<code>R+B</code>"));
+    EXPECT_EQ(night(usual + "--media . --page p.html"), "0");
     EXPECT_TRUE(page_holds(": 0 new, 0 gone<"));
+    EXPECT_TRUE(
+        page_holds("<h2>What the preparation did</h2>\n<pre>itunes-prepare: 1 tracks, 1 playlists\n"));
 }
 
 TEST(Night, IsAskedInManyWays) {

@@ -14,6 +14,8 @@
 
 namespace {
 
+constexpr size_t block_rows = 100;
+
 constexpr TrackOutcome outcome_order[] = {TrackOutcome::record, TrackOutcome::missing,
                                           TrackOutcome::copy_protected, TrackOutcome::no_location,
                                           TrackOutcome::stream};
@@ -103,6 +105,10 @@ std::string losses(const CheckSummary& summary) {
                               rows + "</ul>\n";
 }
 
+std::string preparation(const std::string& report) {
+    return report.empty() ? "" : "<h2>What the preparation did</h2>\n<pre>" + html_lines(report) + "</pre>\n";
+}
+
 std::string folders(const CheckSummary& summary) {
     if (summary.folders.empty()) {
         return "";
@@ -117,13 +123,27 @@ std::string folders(const CheckSummary& summary) {
     return html + "</tbody>\n</table>\n";
 }
 
-std::string list(const char* heading, uint64_t count, const std::string& rows) {
-    return count == 0 ? ""
-                      : "<details><summary>" + number(count) + " " + heading + "</summary>\n<ul>\n" + rows +
-                            "</ul>\n</details>\n";
+std::string list(const char* heading, const PageRows& rows) {
+    return rows.count() == 0 ? ""
+                             : "<details><summary>" + number(rows.count()) + " " + heading + "</summary>\n" +
+                                   rows.html() + "</details>\n";
 }
 
 } // namespace
+
+void PageRows::add(const std::string& row) {
+    if (count_ % block_rows == 0) {
+        html_ += count_ == 0 ? "" : are_numbered_ ? "</ol>\n" : "</ul>\n";
+        html_ += are_numbered_ ? "<ol start=\"" + number(count_ + 1) + "\">\n" : "<ul>\n";
+    }
+    html_ += row;
+    ++count_;
+}
+
+std::string PageRows::html() const {
+    const char* end = are_numbered_ ? "</ol>\n</div>\n" : "</ul>\n</div>\n";
+    return count_ == 0 ? "" : "<div class=\"rows\">\n" + html_ + end;
+}
 
 LibraryPage::LibraryPage(const std::optional<std::string>& items_path) : items_path_(items_path) {
     if (items_path_) {
@@ -144,20 +164,19 @@ void LibraryPage::add_track(const TrackReport& report) {
     }
     row.append(path.empty() ? "" : "<code>" + html_text(path) + "</code>").append("</li>\n");
     if (report.outcome != TrackOutcome::record) {
-        lost_ += row;
+        lost_.add(row);
         return;
     }
     records_.push_back(hash_of(path));
     if (items_path_ && !std::ranges::binary_search(present_, records_.back())) {
-        added_ += row;
-        ++added_count_;
+        added_.add(row);
     }
 }
 
 void LibraryPage::add_event(const PlaylistEvent& event) {
     if (event.kind == PlaylistEventKind::named) {
-        entries_begins_.push_back(entries_.size());
-    } else if (event.kind == PlaylistEventKind::entry) {
+        entries_.emplace_back(true);
+    } else if (event.kind == PlaylistEventKind::entry && !entries_.empty()) {
         add_entry(event);
     }
 }
@@ -166,18 +185,17 @@ void LibraryPage::add_entry(const PlaylistEvent& event) {
     const auto track = tracks_.find(event.track_id);
     const bool is_known = track != tracks_.end();
     const bool has_file = is_known && track->second.outcome != TrackOutcome::missing;
-    entries_.append(has_file ? "<li>" : "<li class=\"gone\">");
-    entries_.append(is_known ? titles_.c_str() + track->second.title : title_html(nullptr, event.location));
-    entries_.append(has_file ? "</li>\n" : " <small>no file</small></li>\n");
+    std::string row = has_file ? "<li>" : "<li class=\"gone\">";
+    row += is_known ? titles_.c_str() + track->second.title : title_html(nullptr, event.location);
+    entries_.back().add(row + "</li>\n");
 }
 
-std::string LibraryPage::tracks_part(const CheckSummary& summary) const {
-    const uint64_t count = summary.tally().track_count() - summary.tally().records();
-    return count == 0 ? ""
-                      : "<h2>Tracks that will not arrive</h2>\n<input id=\"filter\" type=\"search\" "
-                        "placeholder=\"Search\" aria-label=\"Search\" hidden=\"hidden\"/>\n"
-                        "<p id=\"shown\">" +
-                            number(count) + " tracks</p>\n<ul id=\"tracks\">\n" + lost_ + "</ul>\n";
+std::string LibraryPage::tracks_part() const {
+    return lost_.count() == 0
+               ? ""
+               : "<h2>Tracks that will not arrive</h2>\n<input id=\"filter\" type=\"search\" "
+                 "placeholder=\"Search\" aria-label=\"Search\" hidden=\"hidden\"/>\n<p id=\"shown\">" +
+                     number(lost_.count()) + " tracks</p>\n" + lost_.html();
 }
 
 std::string LibraryPage::playlists_part(const CheckSummary& summary) const {
@@ -198,10 +216,7 @@ std::string LibraryPage::playlists_part(const CheckSummary& summary) const {
             html.append("no file: ").append(left_out_text(playlist.outcome));
             html.append("</small></summary>\n");
         }
-        const size_t end = index + 1 < entries_begins_.size() ? entries_begins_[index + 1] : entries_.size();
-        const size_t begin = index < entries_begins_.size() ? entries_begins_[index] : end;
-        html.append(begin == end ? "" : "<ol>\n").append(entries_, begin, end - begin);
-        html.append(begin == end ? "</details>\n" : "</ol>\n</details>\n");
+        html.append(index < entries_.size() ? entries_[index].html() : "").append("</details>\n");
     }
     return html;
 }
@@ -212,25 +227,24 @@ std::string LibraryPage::changes_part() const {
     }
     std::vector<uint64_t> records = records_;
     std::ranges::sort(records);
-    std::string rows;
-    uint64_t count = 0;
+    PageRows gone(false);
     for_each_record_path(*items_path_, [&](std::string_view path) {
         if (!std::ranges::binary_search(records, hash_of(path))) {
-            rows.append("<li>").append(html_text(path)).append("</li>\n");
-            ++count;
+            gone.add("<li>" + html_text(path) + "</li>\n");
         }
     });
-    return "<h2>Since the present items file: " + number(added_count_) + " new, " + number(count) +
-           " gone</h2>\n" + list("new", added_count_, added_) + list("gone", count, rows);
+    return "<h2>Since the present items file: " + number(added_.count()) + " new, " + number(gone.count()) +
+           " gone</h2>\n" + list("new", added_) + list("gone", gone);
 }
 
 int LibraryPage::write(const std::string& path, const PageContents& contents) const {
     std::string html = head(contents);
     if (contents.summary != nullptr) {
         const CheckSummary& summary = *contents.summary;
-        html += bar(summary.tally()) + advice(summary) + losses(summary) + folders(summary);
+        html += bar(summary.tally()) + advice(summary) + losses(summary);
+        html += preparation(contents.preparation) + folders(summary);
         html += changes_part();
-        html += tracks_part(summary);
+        html += tracks_part();
         html += playlists_part(summary);
     }
     html.append("<footer><p>").append(contents.program).append(" " ITUNES_IMPORT_VERSION ", ");

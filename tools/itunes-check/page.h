@@ -22,6 +22,25 @@ struct PageContents {
     const char* program;              // that writes the page
     const CheckSummary* summary;      // null where nothing came of the library; borrowed, as all of this
     std::vector<std::string> reasons; // what failed, escaped; they stand on top
+    std::string preparation{};        // what it did, as escaped lines; empty for none
+};
+
+/// Rows of a list in blocks, so that a browser lays out the few alone that are looked at: of tens of thousands
+/// it would take a minute.
+class PageRows {
+public:
+    explicit PageRows(bool are_numbered) : are_numbered_(are_numbered) {}
+
+    void add(const std::string& row);
+
+    [[nodiscard]] uint64_t count() const { return count_; }
+    /// An element with all rows; empty for none.
+    [[nodiscard]] std::string html() const;
+
+private:
+    bool are_numbered_;
+    std::string html_;
+    uint64_t count_ = 0;
 };
 
 class LibraryPage {
@@ -43,7 +62,7 @@ private:
     };
 
     void add_entry(const PlaylistEvent& event);
-    [[nodiscard]] std::string tracks_part(const CheckSummary& summary) const;
+    [[nodiscard]] std::string tracks_part() const;
     [[nodiscard]] std::string playlists_part(const CheckSummary& summary) const;
     [[nodiscard]] std::string changes_part() const;
 
@@ -51,10 +70,8 @@ private:
     std::vector<uint64_t> present_; // hashes of the paths of present records, sorted
     std::vector<uint64_t> records_; // of those to come
     std::unordered_map<int32_t, Track> tracks_;
-    std::string titles_;                 // as HTML, each behind the other with a NUL
-    std::string lost_;                   // the rows of tracks that will not arrive
-    std::string added_;                  // the rows of tracks that are new
-    uint64_t added_count_ = 0;           // of these
-    std::string entries_;                // the rows of all playlists
-    std::vector<size_t> entries_begins_; // of each playlist
+    std::string titles_;            // as HTML, each behind the other with a NUL
+    PageRows lost_{false};          // tracks that will not arrive
+    PageRows added_{false};         // tracks that are new
+    std::vector<PageRows> entries_; // of each playlist
 };

@@ -21,30 +21,40 @@ small,code,footer{color:var(--soft)}code{display:block;font-size:.85rem}
 pre{white-space:pre-wrap;border:1px solid var(--line);border-radius:.3rem;padding:.6rem}
 table{border-collapse:collapse}td,th{padding:.1rem .6rem .1rem 0;text-align:right}th{white-space:nowrap}
 td:last-child,th:last-child{text-align:left}
-ul{list-style:none;padding:0}li{content-visibility:auto;contain-intrinsic-size:auto 3rem}
-details li{contain-intrinsic-size:auto 1.5rem}
-details{border-bottom:1px solid var(--line);padding:.3rem 0}summary{cursor:pointer}.gone{color:var(--b)}
+ul{list-style:none;padding:0}.rows>*{margin:0}.rows>*+*{content-visibility:auto;contain-intrinsic-size:auto 280rem}
+.rows>ol+ol{contain-intrinsic-size:auto 150rem}.rows.few>*{content-visibility:visible}
+details{border-bottom:1px solid var(--line);padding:.3rem 0}summary{cursor:pointer}
+.gone{color:var(--b)}.gone::after{content:" - no file";font-size:smaller;color:var(--soft)}
 input{font:inherit;width:100%;box-sizing:border-box;padding:.4rem}
 )";
 
 constexpr std::string_view page_script = R"(
 const field=document.getElementById("filter");
 if(field){
-const rows=Array.from(document.querySelectorAll("#tracks li"),row=>[row,row.textContent.toLowerCase()]);
+const tracks=document.querySelector("#shown+.rows");
 const shown=document.getElementById("shown");
+let blocks=[];
+const read=row=>[row,row.textContent.toLowerCase()];
 const filter=()=>{
+if(!blocks.length)blocks=Array.from(tracks.children,block=>[block,Array.from(block.children,read)]);
 const wanted=field.value.toLowerCase();
-let count=0;
-for(const [row,text] of rows){row.hidden=!text.includes(wanted);count+=row.hidden?0:1;}
-shown.textContent=count+" of "+rows.length+" tracks";
+let all=0,count=0;
+for(const [block,rows] of blocks){
+const found=rows.filter(([,text])=>text.includes(wanted)).length;
+if(found>0)for(const [row,text] of rows)row.hidden=!text.includes(wanted);
+block.hidden=found===0;
+all+=rows.length;count+=found;
+}
+tracks.classList.toggle("few",1000>count);
+shown.textContent=count+" of "+all+" tracks";
 };
 field.hidden=false;
 field.value=new URLSearchParams(location.hash.slice(1)).get("search")||"";
 field.addEventListener("input",filter);
-filter();
+if(field.value)filter();
 }
 )";
 
 constexpr std::string_view page_policy = "default-src 'none'; base-uri 'none'; form-action 'none'; "
-                                         "style-src 'sha256-AG9eb0v8ntsyYjz+AGudzF8LX81506peINf3gpqGKH4='; "
-                                         "script-src 'sha256-LcELhkrMvKovsL0mAhsidl+YWUPoCCWD2c9l2w/nNso='";
+                                         "style-src 'sha256-RmyqALa+oYEF0tAgI2ZtDyobrLYCwoMdxPGY4SKQViA='; "
+                                         "script-src 'sha256-xrnaXjLDi9Bosfx0rqRN3Tx+sdhNoQPjnzqdrJb+LJ8='";

@@ -16,6 +16,8 @@
 #include "itunes/import_run.h"
 #include "tools/itunes-check/explanation.h"
 #include "tools/itunes-check/judgement.h"
+#include "tools/itunes-check/losses.h"
+#include "tools/itunes-check/meaning.h"
 #include "tools/itunes-check/page.h"
 #include "tools/itunes-import-night/ending_signals.h"
 #include "tools/itunes-import-night/guarded_import.h"
@@ -61,6 +63,7 @@ private:
     [[nodiscard]] bool spares_library() const;
     [[nodiscard]] bool publish_all();
     void tell() const;
+    void compare_for_page();
     [[nodiscard]] bool write_page();
 
     void end_where_ordered();
@@ -83,8 +86,11 @@ private:
     RecordDifference new_records_;
     RecordDifference gone_records_;
     std::optional<LibraryPage> page_; // nothing where none was asked for
-    TrackExplanation explanation_;    // for the page
+    TrackExplanation explanation_;    // for the page, as all below
     std::vector<FolderGroup> folders_;
+    std::vector<HeardTrack> heard_;
+    CheckedLibrary library_;
+    std::string preparation_; // what it did
 };
 
 /// Says why a night ends; false, for the caller to hand on.
@@ -180,9 +186,11 @@ bool Night::prepare() {
     preparation.output = source_path_;
     preparation.maps = request_.maps;
     preparation.media = request_.media_dir;
+    preparation.wants_report = !request_.page_path.empty();
     preparation.at_each_look = [this] { end_where_ordered(); };
     const PrepareResult result = prepare_library(preparation);
     end_where_ordered();
+    preparation_ = result.report;
     if (result.failure.empty() && result.look_error == 0) {
         return true;
     }
@@ -204,6 +212,7 @@ bool Night::import_library() {
         options.on_track = [this](const TrackReport& report) {
             page_->add_track(report);
             explanation_.add_track(report);
+            heard_.push_back({report.track_id, report.outcome == TrackOutcome::record});
         };
         options.on_playlist = [this](const PlaylistEvent& event) { page_->add_event(event); };
     }
@@ -212,6 +221,7 @@ bool Night::import_library() {
     tally_ = std::move(result.tally);
     folders_ = explanation_.finish_folders();
     is_read_ = true;
+    compare_for_page();
     for (const std::string& reason : result.failures) {
         (void)fail(request_.library_path, "while it was imported, " + reason);
     }
@@ -317,6 +327,19 @@ void Night::tell() const {
     }
 }
 
+/// Compares what was read with the library as a property list, which takes one more reading. Of a prepared one
+/// the preparation tells.
+void Night::compare_for_page() {
+    library_.path = request_.library_path;
+    library_.tally = tally_;
+    if (page_ && !request_.prepares && tally_.layout != LibraryLayout::no_library) {
+        const LibraryMeaning meaning(source_path_, heard_, new_items_path_);
+        library_.damage = meaning.damage();
+        library_.losses = find_losses(meaning, tally_);
+        library_.main_lists = count_unlisted_main(meaning, tally_);
+    }
+}
+
 /// Writes the page that was asked for: what came of the library, below all that was said. The present items
 /// file is still that of last night.
 bool Night::write_page() {
@@ -326,11 +349,10 @@ bool Night::write_page() {
     if (!page_) {
         page_.emplace(std::nullopt);
     }
-    const CheckedLibrary library = {request_.library_path, tally_, {}, {}, 0};
     const std::optional<PresentItems> present;
-    const CheckSummary summary = {library, explanation_, folders_, present, nullptr};
-    const int error =
-        page_->write(request_.page_path, {night_program, is_read_ ? &summary : nullptr, night_said()});
+    const CheckSummary summary = {library_, explanation_, folders_, present, nullptr};
+    const int error = page_->write(
+        request_.page_path, {night_program, is_read_ ? &summary : nullptr, night_said(), preparation_});
     return error == 0 ||
            fail(request_.page_path, "the page can not be written: " + std::string(strerror(error)));
 }
