@@ -80,7 +80,8 @@ TEST(LayOut, CountsAsTheDemoTells) {
     const TempDir folder;
     const RunResult run = lay_out("'" + source_path("examples/iTunes Music Library.xml") + "' out");
     EXPECT_EQ(run.out, "32 19 1098\n");
-    write_file("library.xml", "<key>Track ID</key><integer>1</integer><key>Kind</key><string>x</string>\n");
+    write_file("library.xml",
+               "<key>Track ID</key><integer>1</integer><key>Playlist ID</key><string>x</string>\n");
     EXPECT_EQ(lay_out("library.xml new").out, "1 0 0\n");
 }
 
@@ -113,6 +114,10 @@ TEST(LayOut, RefusesWhatItWouldSpoil) {
     Tree after = read_tree(".");
     std::erase_if(after, [](const auto& entry) { return entry.first.find("/media/") != std::string::npos; });
     EXPECT_EQ(after, before);
+    write_file("library.xml", std::string(2000, 'x')); // more than there is room for
+    const RunResult full =
+        run_line("trap '' XFSZ; ulimit -f 1; '" + source_path("scripts/lay-out") + "' library.xml new");
+    EXPECT_EQ(full.err, "lay-out: new/library/iTunes Music Library.xml: File too large\n");
 }
 
 // Each library tries to lead out of the folder; the folder of music beside it stands for the user's own.

@@ -116,7 +116,7 @@ TEST(PathMaps, ReplaceWholeComponents) {
         {"C:\\Music\\", "/srv", "c:/music/A", "/srv/A"},
         {"file://localhost/C:/My%20Music", "/srv", "C:/My Music/a", "/srv/a"},
         {"c:", "/srv", "C:/a", "/srv/a"},
-        {"//nas/Music", "/srv", "//NAS/music/a", "/srv/a"},
+        {"\\\\nas\\Music", "/srv", "//NAS/music/a", "/srv/a"},
         {"/Cafe\u0301", "/srv", "/Caf\u00e9/a", "/srv/a"},
         {"/a", "here", "/a/b", folder.path() + "/here/b"},
     };
