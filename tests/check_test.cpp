@@ -284,6 +284,8 @@ TEST_F(Check, SaysWhatToDo) {
          "  " + here + "/there is there, none of its 23 files is:\n  where they are a folder higher or " +
              "deeper, in DIR:\n" + map("'" + here + "/there'")},
         {library(at_path(1, "there/song.mp3")), "  Import a copy with the paths that the disk has:\n" + copy},
+        {library(at_path(1, "there/Song.mp3"), whole_playlist("R+B", "1", {1})),
+         "  Import a copy that the import reads as the library means it:\n" + copy},
         {library(at_path(1, "/none/&")),
          "  Export the library anew: it is damaged, and itunes-prepare refuses it.\n"},
         {library(whole_track(1, "") + whole_track(2, flag("Protected"))),

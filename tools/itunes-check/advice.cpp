@@ -218,11 +218,13 @@ void append_closed(std::string* lines, const std::string& folder) {
 }
 
 void append_copy(std::string* lines, const CheckSummary& summary) {
-    const bool is_misread = summary.is_misread();
+    const bool is_laid_out_otherwise = summary.tally().layout != LibraryLayout::as_read;
     append(lines, "  Import a copy %s:\n    itunes-prepare %s prepared.xml\n",
-           is_misread ? "in the layout that the import reads" : "with the paths that the disk has",
+           is_laid_out_otherwise  ? "in the layout that the import reads"
+           : summary.is_misread() ? "that the import reads as the library means it"
+                                  : "with the paths that the disk has",
            library_word(summary).c_str());
-    if (is_misread && summary.tally().records() < summary.tally().track_count()) {
+    if (is_laid_out_otherwise && summary.tally().records() < summary.tally().track_count()) {
         *lines += "  and check it again, since the layout may hide more:\n    itunes-check prepared.xml\n";
     }
 }
