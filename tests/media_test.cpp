@@ -138,6 +138,8 @@ TEST(MediaSearch, LeavesLinksAloneAndTellsFoldersThatCanNotBeRead) {
     std::filesystem::create_directory_symlink("..", "media/in/loop");
     std::filesystem::create_directory_symlink("media", "entrance");
     ASSERT_EQ(mkfifo("media/in/A/2", 0600), 0);
+    run_line(
+        "cd media; n=$(printf %0250d 0); for level in $(seq 17); do mkdir $n && cd $n; done"); // too deep
     (void)chmod(".", 0755);
     (void)chmod("media/closed", 0);
     const uid_t user = geteuid();
@@ -152,7 +154,8 @@ TEST(MediaSearch, LeavesLinksAloneAndTellsFoldersThatCanNotBeRead) {
     (void)chmod("media/closed", 0700);
     EXPECT_TRUE(media.find("/m/A/1").ends_with("/in/A/1"));
     EXPECT_EQ(media.found_count(), 1U);
-    ASSERT_EQ(media.folder().unreadable().size(), 1U);
+    ASSERT_EQ(media.folder().unreadable().size(), 2U);
+    EXPECT_EQ(media.folder().unreadable()[1].error, ENAMETOOLONG);
     EXPECT_TRUE(media.folder().unreadable()[0].path.ends_with("/closed"));
     EXPECT_EQ(media.folder().unreadable()[0].error, EACCES);
 }

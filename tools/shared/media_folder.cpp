@@ -82,6 +82,10 @@ int MediaFolder::read(const std::string& folder, const std::function<void()>& at
             unreadable_.push_back({this->path(node), inner_error});
         }
     }
+    if (is_full_) {
+        unreadable_.push_back(
+            {this->path(folder_) + ", behind " + std::to_string(node_limit) + " names", ENOBUFS});
+    }
     nodes_.shrink_to_fit();
     entries_ = {};
     seen_ = {};
@@ -100,7 +104,7 @@ bool MediaFolder::is_new(int descriptor) {
 int MediaFolder::read_folder(uint32_t node, bool may_be_link) {
     const std::string folder_path = path(node);
     if (folder_path.size() >= path_limit) {
-        return 0;
+        return ENAMETOOLONG;
     }
     const int follow = may_be_link ? 0 : O_NOFOLLOW;
     DirectoryStream stream(open(folder_path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | follow));
@@ -111,6 +115,7 @@ int MediaFolder::read_folder(uint32_t node, bool may_be_link) {
     while (const dirent* entry = stream.next()) {
         const char kind = kind_of(entry, stream.descriptor(), &look_);
         if (kind != 0 && node_count() + texts.size() >= node_limit) {
+            is_full_ = true;
             break;
         }
         if (kind != 0) {

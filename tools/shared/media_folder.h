@@ -2,8 +2,9 @@
 // The files below a folder, as a tree in which each folder and file is a node of a few bytes.
 //
 // Symbolic links are passed over, since what they lead to inside the folder is found there; so are folders
-// that were seen before, which ends loops of mounts, and paths longer than the system takes. The tree is the
-// same in whatever order the file system lists names.
+// that were seen before, which ends loops of mounts. Paths longer than the system takes, and names behind some
+// millions, count as folders that can not be read. The tree is the same in whatever order the file system lists
+// names, unless they are that many.
 
 #include <cstdint>
 #include <functional>
@@ -78,6 +79,7 @@ private:
     NameTable* names_;
     std::vector<Node> nodes_;
     uint32_t folder_ = 0;
+    bool is_full_ = false; // as many names as there is room for; the others are passed over
     std::vector<UnreadableFolder> unreadable_;
     mutable FileLook look_;             // sizes are looked at later
     std::unordered_set<uint64_t> seen_; // device and number of each folder
