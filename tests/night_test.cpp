@@ -157,8 +157,8 @@ TEST(Night, ThatIsBadLeavesLastNightsFilesAndSaysWhy) {
 // One write takes less, as on a disk that has just become full; the next one says why.
 TEST(Night, SaysWhyWritingFailed) {
     const House house;
-    write_library(tracks, playlist("Long", "p1", std::vector<int>(99, 1)));
-    EXPECT_EQ(run_line("ulimit -f 1; night " + usual).err,
+    write_library(tracks, playlist("Long", "p1", std::vector<int>(5000, 1)));
+    EXPECT_EQ(run_line("ulimit -f 200; night " + usual).err,
               said("l.xml: while it was imported, writing failed: File too large") + stays);
 }
 
