@@ -367,7 +367,7 @@ TEST_F(Check, FailsWithALine) {
         EXPECT_EQ(result.out, "");
     }
     for (const std::string& options :
-         {long_path("245") + " check", std::string("TMPDIR= check --list --list")}) {
+         {long_path("246") + " check", std::string("TMPDIR= check --list --list")}) {
         EXPECT_EQ(run_line(options + " l.xml").status, 0) << options;
     }
     EXPECT_EQ(run_line("check l.xml <&- >&- 2>&-").status, 1); // its result got lost
