@@ -134,6 +134,8 @@ TEST(Night, ThatIsBadLeavesLastNightsFilesAndSaysWhy) {
          false},
         {"a page in place of the library", [] {}, usual + "--page ./l.xml", said("./l.xml: " + own_file),
          false},
+        {"a page where the first items file goes", [] { fs::remove(items); }, usual + "--page " + items,
+         said(items + ": " + own_file), false},
         {"a log in the items file", [] {}, usual + "-logfile " + items, said(items + ": " + own_file), false},
         {"no database", [] {}, usual + "-dbdir absent",
          said("absent: can not be locked: No such file or directory"), false},

@@ -38,6 +38,7 @@ namespace {
 
 constexpr int exit_done = 0;
 constexpr int exit_failed = 1;
+constexpr char present_items_name[] = "itunes.import.items";
 constexpr char night_program[] = "itunes-import-night"; // as the page has it
 
 using std::to_string;
@@ -45,7 +46,7 @@ using std::to_string;
 class Night {
 public:
     explicit Night(const NightRequest& request)
-        : request_(request), items_path_(request.database_dir + "/itunes.import.items") {}
+        : request_(request), items_path_(request.database_dir + "/" + present_items_name) {}
 
     int run();
 
@@ -123,13 +124,16 @@ bool Night::take_paths() {
     return true;
 }
 
-/// A page would replace the library, and a log be appended to it.
+/// A page would replace the library or the items file, also one that is yet to come, and a log be appended.
 bool Night::spares_what_is_read() const {
     for (const std::string& written : {request_.page_path, request_.log_path}) {
-        for (const std::string& read : {request_.library_path, items_path_}) {
-            if (is_same_file(written, read)) {
-                return fail(written, "is read by this run, and can be neither its page nor its log");
-            }
+        const size_t name = written.rfind('/') + 1; // 0 without a directory
+        const bool becomes_items =
+            written.substr(name) == present_items_name &&
+            is_same_file(name == 0 ? "." : written.substr(0, name), request_.database_dir);
+        if (becomes_items || is_same_file(written, request_.library_path) ||
+            is_same_file(written, items_path_)) {
+            return fail(written, "is read by this run, and can be neither its page nor its log");
         }
     }
     return true;
