@@ -15,7 +15,7 @@ TEST(LayoutCounter, TakesAKeyWithItsValueFromALine) {
         std::string lines; // each ends at its line feed
         LibraryLayout layout;
         uint32_t beside, apart;
-        std::string version = "";
+        std::string version = {};
         uint32_t tracks = 0;
     } rows[] = {
         {"<key>Tracks</key>\n", as_read, 0, 0},
