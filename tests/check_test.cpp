@@ -358,7 +358,7 @@ TEST_F(Check, FailsWithALine) {
         {"check --version >/dev/full", 1, lost_output + "No space left on device"},
         {"check l.xml >/dev/full", 1, lost_output + "No space left on device"},
         {"check --list l.xml >&-", 1, lost_output + "Bad file descriptor"},
-        {long_path("247") + " check l.xml", 1, no_scratch + "File name too long"},
+        {long_path("246") + " check l.xml", 1, no_scratch + "File name too long"},
     };
     for (const auto& row : rows) {
         const RunResult result = run_line(row.line);
@@ -367,7 +367,7 @@ TEST_F(Check, FailsWithALine) {
         EXPECT_EQ(result.out, "");
     }
     for (const std::string& options :
-         {long_path("246") + " check", std::string("TMPDIR= check --list --list")}) {
+         {long_path("245") + "/ check", std::string("TMPDIR= check --list --list")}) {
         EXPECT_EQ(run_line(options + " l.xml").status, 0) << options;
     }
     EXPECT_EQ(run_line("check l.xml <&- >&- 2>&-").status, 1); // its result got lost
