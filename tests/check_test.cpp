@@ -329,6 +329,7 @@ TEST_F(Check, TellsHowToOpenAFolderToThisUser) {
 TEST_F(Check, FailsWithALine) {
     write_file("l.xml", library(at_path(1, "l.xml")));
     const std::string usage = run_line("check -h").out;
+    expect_golden(usage, "check-usage.txt");
     const std::string share = "--min-share takes a whole number from 0 to 100, not ";
     const std::string no_scratch = "can not make a directory below TMPDIR: ";
     const std::string lost_output = "can not write standard output: ";
