@@ -144,13 +144,7 @@ void check_library(Check* check, const std::string& directory) {
     CheckedLibrary& library = check->library;
     library.path = check->request.library_path;
     library.tally = tally_import(check, directory);
-    if (library.tally.layout == LibraryLayout::no_library) {
-        return; // which says it all
-    }
-    const LibraryMeaning meaning(library.path, check->tracks, new_items_path());
-    library.damage = meaning.damage();
-    library.losses = find_losses(meaning, library.tally);
-    library.main_lists = count_unlisted_main(meaning, library.tally);
+    compare_with_meaning(library.path, check->tracks, new_items_path(), &library);
 }
 
 /// Looks for files that are not in their places, where that was asked for. False where the folder can not be

@@ -101,6 +101,32 @@ void compare_playlists(const LibraryMeaning& meaning, const std::vector<CheckedP
     }
 }
 
+/// All that is lost, in the order of the kinds.
+std::vector<LibraryLoss> find_losses(const LibraryMeaning& meaning, const LibraryTally& tally) {
+    Losses losses;
+    compare_playlists(meaning, tally.playlists, &losses);
+    losses.of(LossKind::tracks) = meaning.unheard_tracks();
+    losses.of(LossKind::track_titles) = meaning.other_titles();
+    losses.of(LossKind::track_texts) = meaning.other_texts();
+    losses.of(LossKind::values) = tally.lost_values;
+    for (const int32_t id : meaning.doubled_ids()) {
+        losses.of(LossKind::track_ids).add(std::to_string(id));
+    }
+    return losses.take();
+}
+
+/// How many of the playlists that are not listed are the library's list of all tracks; 0 where that is not
+/// known.
+size_t count_unlisted_main(const LibraryMeaning& meaning, const LibraryTally& tally) {
+    size_t count = 0;
+    for (size_t index = 0;
+         meaning.playlists().size() == tally.playlists.size() && index < tally.playlists.size(); ++index) {
+        const bool is_unlisted = tally.playlists[index].outcome == CheckedOutcome::not_listed;
+        count += is_unlisted && meaning.playlists()[index].is_main ? 1 : 0;
+    }
+    return count;
+}
+
 } // namespace
 
 const char* loss_word(LossKind kind) {
@@ -120,25 +146,13 @@ const char* loss_word(LossKind kind) {
     return "";
 }
 
-std::vector<LibraryLoss> find_losses(const LibraryMeaning& meaning, const LibraryTally& tally) {
-    Losses losses;
-    compare_playlists(meaning, tally.playlists, &losses);
-    losses.of(LossKind::tracks) = meaning.unheard_tracks();
-    losses.of(LossKind::track_titles) = meaning.other_titles();
-    losses.of(LossKind::track_texts) = meaning.other_texts();
-    losses.of(LossKind::values) = tally.lost_values;
-    for (const int32_t id : meaning.doubled_ids()) {
-        losses.of(LossKind::track_ids).add(std::to_string(id));
+void compare_with_meaning(const std::string& source_path, const std::vector<HeardTrack>& tracks,
+                          const std::string& items_path, CheckedLibrary* library) {
+    if (library->tally.layout == LibraryLayout::no_library) {
+        return; // which says it all
     }
-    return losses.take();
-}
-
-size_t count_unlisted_main(const LibraryMeaning& meaning, const LibraryTally& tally) {
-    size_t count = 0;
-    for (size_t index = 0;
-         meaning.playlists().size() == tally.playlists.size() && index < tally.playlists.size(); ++index) {
-        const bool is_unlisted = tally.playlists[index].outcome == CheckedOutcome::not_listed;
-        count += is_unlisted && meaning.playlists()[index].is_main ? 1 : 0;
-    }
-    return count;
+    const LibraryMeaning meaning(source_path, tracks, items_path);
+    library->damage = meaning.damage();
+    library->losses = find_losses(meaning, library->tally);
+    library->main_lists = count_unlisted_main(meaning, library->tally);
 }

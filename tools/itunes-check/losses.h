@@ -33,10 +33,19 @@ struct LibraryLoss {
     CountedExamples lost; // as the library means them
 };
 
-/// All that is lost, in the order of the kinds; nothing of playlists or tracks where those that were heard
-/// are not those that the library has: then its layout is another, which says more.
-[[nodiscard]] std::vector<LibraryLoss> find_losses(const LibraryMeaning& meaning, const LibraryTally& tally);
+/// What came out of a library, and what of it is not as the library means it.
+struct CheckedLibrary {
+    std::string path;
+    LibraryTally tally;
+    std::string damage;              // where and why it is no property list; empty for one
+    std::vector<LibraryLoss> losses; // in the order of the kinds
+    size_t main_lists = 0;           // of all tracks, among the playlists that are not listed
+};
 
-/// How many of the playlists that are not listed are the library's list of all tracks; 0 where that is not
-/// known.
-[[nodiscard]] size_t count_unlisted_main(const LibraryMeaning& meaning, const LibraryTally& tally);
+/// Reads the library at `source_path` as a property list and sets what the import of it, which the tally tells
+/// of, has read otherwise: damage, losses, main lists. The tracks are those that were heard, `items_path` is
+/// the file of their records. Of playlists or tracks nothing is lost where those that were heard are not those
+/// that the library has: then its layout is another, which says more; and nothing at all is set for what is no
+/// library.
+void compare_with_meaning(const std::string& source_path, const std::vector<HeardTrack>& tracks,
+                          const std::string& items_path, CheckedLibrary* library);

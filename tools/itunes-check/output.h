@@ -22,14 +22,6 @@ void print_playlist_objects(const std::vector<CheckedPlaylist>& playlists);
 void print_loss_lines(const std::vector<LibraryLoss>& losses);
 void print_loss_objects(const std::vector<LibraryLoss>& losses);
 
-/// What came out of a library, and what of it is not as the library means it.
-struct CheckedLibrary {
-    std::string path;
-    LibraryTally tally;
-    std::string damage; // where and why it is no property list; empty for one
-    std::vector<LibraryLoss> losses;
-    size_t main_lists = 0; // of all tracks, among the playlists that are not listed
-};
 void print_summary_object(const CheckedLibrary& library, const std::optional<PresentItems>& present);
 
 /// All that the summary tells of; borrowed for the call.

@@ -17,7 +17,6 @@
 #include "tools/itunes-check/explanation.h"
 #include "tools/itunes-check/judgement.h"
 #include "tools/itunes-check/losses.h"
-#include "tools/itunes-check/meaning.h"
 #include "tools/itunes-check/page.h"
 #include "tools/itunes-import-night/ending_signals.h"
 #include "tools/itunes-import-night/guarded_import.h"
@@ -334,13 +333,13 @@ void Night::tell() const {
 /// Compares what was read with the library as a property list, which takes one more reading. Of a prepared one
 /// the preparation tells.
 void Night::compare_for_page() {
+    if (!page_) {
+        return;
+    }
     library_.path = request_.library_path;
     library_.tally = tally_;
-    if (page_ && !request_.prepares && tally_.layout != LibraryLayout::no_library) {
-        const LibraryMeaning meaning(source_path_, heard_, new_items_path_);
-        library_.damage = meaning.damage();
-        library_.losses = find_losses(meaning, tally_);
-        library_.main_lists = count_unlisted_main(meaning, tally_);
+    if (!request_.prepares) {
+        compare_with_meaning(source_path_, heard_, new_items_path_, &library_);
     }
 }
 
