@@ -190,7 +190,8 @@ void upnp_log_timestamp(char* buffer, uint32_t size) {
     char text[time_size] = {};
     tzset(); // localtime_r alone need not notice that TZ has changed
     if (localtime_r(&now.tv_sec, &local) != nullptr) {
-        strftime(text, sizeof text, "%H:%M:%S", &local);
+        // strftime would add the C library's calendars to static programs: 15 kilobytes.
+        upnp_format(text, sizeof text, "%02d:%02d:%02d", local.tm_hour, local.tm_min, local.tm_sec);
     }
     upnp_format(buffer, size, "%s:%03d ", text, static_cast<int>(now.tv_usec / 1000));
 }

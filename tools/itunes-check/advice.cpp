@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include "tools/itunes-check/output.h"
+#include "tools/shared/number_sort.h"
 #include "tools/shared/text_output.h"
 
 namespace {
@@ -138,7 +139,7 @@ std::vector<AbsentBeginning> absent_beginnings(const CheckSummary& summary) {
         }
     }
     std::erase_if(beginnings, [&](const AbsentBeginning& each) { return is_mostly_found(summary, each); });
-    std::ranges::stable_sort(beginnings, std::ranges::greater(), &AbsentBeginning::tracks);
+    sort_largest_first(&beginnings, &AbsentBeginning::tracks);
     return beginnings;
 }
 

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "tools/shared/number_sort.h"
+
 namespace {
 
 constexpr size_t group_limit = 48;         // while paths are added
@@ -97,6 +99,6 @@ std::vector<FolderGroup> FolderTable::finish() {
                           tracks + worthwhile_tracks < worthwhile_tracks * groups_.size())) {
         merge_groups();
     }
-    std::ranges::stable_sort(groups_, std::ranges::greater(), &FolderGroup::tracks);
+    sort_largest_first(&groups_, &FolderGroup::tracks);
     return std::move(groups_);
 }

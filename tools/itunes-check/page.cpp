@@ -6,6 +6,7 @@
 #include <functional>
 #include <string_view>
 
+#include "common/upnp_text.h"
 #include "tools/itunes-check/html_text.h"
 #include "tools/itunes-check/page_frame.h"
 #include "tools/shared/descriptor.h"
@@ -29,7 +30,8 @@ std::string now() {
     struct tm parts = {};
     char text[32] = "";
     if (localtime_r(&seconds, &parts) != nullptr) {
-        (void)strftime(text, sizeof text, "%Y-%m-%d %H:%M", &parts);
+        upnp_format(text, sizeof text, "%d-%02d-%02d %02d:%02d", parts.tm_year + 1900, parts.tm_mon + 1,
+                    parts.tm_mday, parts.tm_hour, parts.tm_min);
     }
     return text;
 }

@@ -22,6 +22,7 @@ private:
     struct File {
         uint64_t key;
         uint32_t node;
+        auto operator<=>(const File&) const = default;
     };
 
     [[nodiscard]] bool comes_before(Folder one, Folder other) const;
@@ -107,7 +108,7 @@ void Ranking::rank_files(std::span<const uint32_t> tracks) {
             files_.push_back({key_of_file(node), node});
         }
     }
-    std::ranges::stable_sort(files_, {}, &File::key);
+    std::ranges::sort(files_);
 }
 
 /// Of the files with the track's name, those that agree furthest are next to where the track would stand.

@@ -106,7 +106,7 @@ void Choice::group_by_pair() {
     for (uint32_t index = 0; index < by_pair_.size(); ++index) {
         by_pair_[index] = index;
     }
-    std::ranges::stable_sort(by_pair_, {}, key);
+    std::ranges::sort(by_pair_, {}, [&](uint32_t index) { return std::pair(key(index), index); });
     for (uint32_t place = 0; place < by_pair_.size(); ++place) {
         if (place == 0 || key(by_pair_[place]) != key(by_pair_[place - 1])) {
             pairs_.push_back({place, place, 0});

@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include "tools/shared/directory_stream.h"
+#include "tools/shared/number_sort.h"
 
 namespace {
 
@@ -134,7 +135,7 @@ void MediaFolder::add_entries(uint32_t node, std::vector<std::string>* texts) {
         entries_.push_back(
             {names_->add(std::string_view(text).substr(0, text.size() - 1)), text.back() == 'f'});
     }
-    std::ranges::stable_sort(entries_, {}, [this](const Entry& entry) { return names_->folded(entry.name); });
+    sort_by_number(&entries_, [this](const Entry& entry) { return names_->folded(entry.name); });
     nodes_[node].first = node_count();
     nodes_[node].count = static_cast<uint32_t>(entries_.size());
     for (const Entry& entry : entries_) {

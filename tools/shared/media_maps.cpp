@@ -46,7 +46,7 @@ std::vector<MediaMaps::Hit> MediaMaps::hits_of(const PathPair& beginnings) {
             }
         }
     }
-    std::ranges::stable_sort(hits, {}, &Hit::track);
+    std::ranges::sort(hits);
     return hits;
 }
 

@@ -38,6 +38,7 @@ private:
     struct Hit {
         uint32_t track;
         uint32_t file;
+        auto operator<=>(const Hit&) const = default;
     };
 
     [[nodiscard]] std::vector<Hit> hits_of(const PathPair& beginnings);

@@ -1,8 +1,7 @@
 #include "tools/shared/media_search.h"
 
-#include <algorithm>
-
 #include "tools/shared/media_choice.h"
+#include "tools/shared/number_sort.h"
 
 void MediaSearch::add(std::string_view path, uint64_t size, bool is_there) {
     const uint32_t node = trees_.library.add(path);
@@ -40,6 +39,6 @@ std::vector<MediaMap> MediaSearch::maps() const {
         maps.push_back({trees_.library.path(map.beginnings.from), trees_.folder.path(map.beginnings.to),
                         map.tracks, trees_.folder.is_file(map.beginnings.to)});
     }
-    std::ranges::stable_sort(maps, std::ranges::greater(), &MediaMap::tracks);
+    sort_largest_first(&maps, &MediaMap::tracks);
     return maps;
 }

@@ -1,14 +1,14 @@
 #include "tools/shared/places.h"
 
 #include <algorithm>
-#include <functional>
 #include <utility>
 
 #include "tools/shared/library_location.h"
+#include "tools/shared/number_sort.h"
 
 Places::Places(std::vector<PathMap> maps, PlaceSearch search, std::function<void()> at_each_look)
     : maps_(std::move(maps)), search_(search), at_each_look_(std::move(at_each_look)) {
-    std::ranges::stable_sort(maps_, std::greater<>(), [](const PathMap& map) { return map.start().size(); });
+    sort_largest_first(&maps_, [](const PathMap& map) { return map.start().size(); });
 }
 
 /// The paths that may be meant. A map may name a network share with its host or without.

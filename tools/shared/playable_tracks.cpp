@@ -2,8 +2,10 @@
 
 #include <algorithm>
 
+#include "tools/shared/number_sort.h"
+
 void PlayableTracks::settle() {
-    std::ranges::stable_sort(tracks_, {}, &Track::id);
+    sort_by_number(&tracks_, &Track::id);
 }
 
 bool PlayableTracks::contains(int32_t track_id) const {
