@@ -353,6 +353,8 @@ TEST_F(Check, FailsWithALine) {
         {"check -- --help", 1, "--help: No such file or directory"},
         {"check .", 1, ".: is a directory"},
         {"check l.xml --page ./l.xml", 1, "./l.xml: is the library itself, which no page may replace"},
+        {"touch i; check --items i --page ./i l.xml", 1,
+         "./i: is the items file itself, which no page may replace"},
         {"mkfifo f; check f", 1, "f: is no regular file"},
         {"check $(printf %01024d 0)", 1, std::string(1024, '0') + ": the path is too long"},
         {"check $(printf %01023d 0)", 1, std::string(1023, '0') + ": File name too long"},
@@ -414,8 +416,8 @@ TEST_F(Check, ComparesWithThePresentItems) {
         EXPECT_TRUE(run_line("check --json" + options).out.ends_with(json));
     }
     EXPECT_EQ(run_line("check --items none l.xml").err, "");
-    EXPECT_EQ(run_line("check --items l.xml/x l.xml").err,
-              "itunes-check: l.xml/x: can not be read; there is nothing to compare with\n");
+    EXPECT_EQ(run_line("mkfifo pipe; check --items pipe --page p l.xml").err,
+              "itunes-check: pipe: can not be read; there is nothing to compare with\n");
 }
 
 TEST_F(Check, LeavesNoScratchDirectoryWhenEnded) {

@@ -140,6 +140,7 @@ TEST_F(Items, PrintsInThreeForms) {
 
 TEST_F(Items, SaysWhatFailed) {
     write_file("i", blue);
+    write_file("whole", record_of(9000)); // more than is kept back
     write_file("large", blue + record_of(items_record_limit + 1));
     const std::string lost = "itunes-items: can not write standard output: No space left on device\n";
     const std::string damage =
@@ -156,7 +157,7 @@ TEST_F(Items, SaysWhatFailed) {
         {"items --count .", 1, "", "itunes-items: can not read .: Is a directory\n"},
         {"items -- -$(printf '\\033')", 1, "",
          "itunes-items: can not open -\\x1B: No such file or directory\n"},
-        {"items i >/dev/full", 1, "", lost},
+        {"items whole >/dev/full", 1, "", lost},
         {"items --help >/dev/full", 1, "", lost},
         {"items i --unknown$(printf '\\033')", 2, "", "itunes-items: unknown option '--unknown\\x1B'\n"},
         {"items i -xh", 2, "", "itunes-items: unknown option '-x'\n"},

@@ -69,6 +69,7 @@ TEST(SpellingSearch, FindsTheOnlyPathThatIsAlike) {
     EXPECT_EQ(SpellingSearch(spelling_accents).find("PLAIN").found, "");
     SpellingSearch bounded(spelling_any, 3);
     EXPECT_FALSE(bounded.find("PLAIN").is_known);
+    EXPECT_FALSE(bounded.find("case/B").is_known); // nothing is read any more
 }
 
 TEST(SpellingSearch, SaysHowMuchOfAPathExists) {

@@ -101,6 +101,7 @@ TEST_F(Prepare, PlaylistsAreWrittenAsTheImportReadsThemBest) {
         {"a parent", one + parent + name, parent + one},
         {"a parent of no name", one + parent, one},
         {"an id that is too long", text(key, std::string(128, 'i')) + one, one},
+        {"what only others know", "<key>X</key><dict><key>Y</key><array><true/></array></dict>" + one, one},
         {"numbers of no track", playing({"0", "2147483648", "x"}), playing({})},
     };
     const auto flat = [](const std::string& lines) { return replaced(replaced(lines, "\n", ""), "\t", ""); };

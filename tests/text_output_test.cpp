@@ -38,6 +38,7 @@ TEST(Texts, AreEscapedWhereTheyWouldAct) {
 TEST(Utf8, HasNoOverlongFormNoSurrogateAndAnEnd) {
     const std::pair<std::string, char32_t> characters[] = {{"\x7F", 0x7F},
                                                            {"\xC2\x80", 0x80},
+                                                           {"\xDF\xBF", 0x7FF},
                                                            {"\xE0\xA0\x80", 0x800},
                                                            {"\xED\x9F\xBF", 0xD7FF},
                                                            {"\xF0\x90\x80\x80", 0x10000},

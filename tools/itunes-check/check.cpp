@@ -239,8 +239,11 @@ int run_check(const CheckRequest& request) {
         say(request.library_path, failure);
         return exit_failed;
     }
-    if (request.page_path && is_same_file(*request.page_path, request.library_path)) {
-        say(*request.page_path, "is the library itself, which no page may replace");
+    const std::string page_path = request.page_path.value_or("");
+    const bool is_library = is_same_file(page_path, request.library_path);
+    if (is_library || is_same_file(page_path, request.items_path.value_or(""))) {
+        say(page_path, std::string("is the ") + (is_library ? "library" : "items file") +
+                           " itself, which no page may replace");
         return exit_failed;
     }
     return run_in_scratch(program,

@@ -19,7 +19,6 @@ std::string quoted(std::string_view text) {
 CommandOptions::CommandOptions(int argc, char** argv, const char* short_names, const option* long_names)
     : argc_(argc), argv_(argv), short_names_(std::string(":") + short_names), long_names_(long_names) {
     opterr = 0;
-    optind = 0; // begins anew, also where another command line was read before
 }
 
 int CommandOptions::next() {

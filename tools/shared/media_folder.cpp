@@ -14,7 +14,6 @@
 
 namespace {
 
-constexpr size_t path_limit = 4096;        // bytes, with a zero byte
 constexpr uint32_t node_limit = 5'000'000; // folders and files; some 50 bytes each
 constexpr size_t unreadable_limit = 100;   // that are kept
 
@@ -103,12 +102,8 @@ bool MediaFolder::is_new(int descriptor) {
 }
 
 int MediaFolder::read_folder(uint32_t node, bool may_be_link) {
-    const std::string folder_path = path(node);
-    if (folder_path.size() >= path_limit) {
-        return ENAMETOOLONG;
-    }
     const int follow = may_be_link ? 0 : O_NOFOLLOW;
-    DirectoryStream stream(open(folder_path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | follow));
+    DirectoryStream stream(open(path(node).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | follow));
     if (stream.error() != 0 || !is_new(stream.descriptor())) {
         return stream.error();
     }
