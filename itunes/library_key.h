@@ -1,6 +1,7 @@
 #pragma once
-// The keys that the import reads, for programs that write libraries for it: each key's name and the elements
-// that its value is taken from. They are the rows that the readers themselves go by.
+// The keys that the import reads, for programs that write libraries for it or compare them with its records: each
+// key's name, the elements that its value is taken from and the property that it goes to. They are the rows that
+// the readers themselves go by.
 
 #include <cstdint>
 #include <span>
@@ -17,6 +18,7 @@ constexpr uint8_t library_element_any = 32;   // the key itself counts, whatever
 struct LibraryKey {
     std::string_view name; // as in "Album Artist"
     uint8_t elements;
+    int16_t property; // of a record, which gets the value; 0 where it is used otherwise
 };
 
 /// Returns the name in a key's literal, as "Name" for "<key>Name</key>" and "Videos" for

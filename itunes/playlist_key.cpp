@@ -49,7 +49,7 @@ static_assert(key_table_is_sound());
 constexpr auto offered_keys = [] {
     std::array<LibraryKey, own_key_count> keys = {};
     for (size_t index = 0; index < keys.size(); ++index) {
-        keys[index] = {library_key_name(playlist_keys[index].literal), playlist_keys[index].elements};
+        keys[index] = {library_key_name(playlist_keys[index].literal), playlist_keys[index].elements, 0};
     }
     return keys;
 }();

@@ -163,7 +163,7 @@ constexpr uint8_t true_element = library_element_true;
 // The first row that a line holds wins.
 // clang-format off
 constexpr TrackKey track_keys[] = {
-    {"<key>Name</key>",                text_element,    TrackKeyKind::own,                 0,                                  read_name},
+    {"<key>Name</key>",                text_element,    TrackKeyKind::own,                 upnp_property_title,                read_name},
     {"<key>Artist</key>",              text_element,    TrackKeyKind::text,                upnp_property_artist,               nullptr},
     {"<key>Album Artist</key>",        text_element,    TrackKeyKind::text,                upnp_property_album_artist,         nullptr},
     {"<key>Protected</key><true/>",    true_element,    TrackKeyKind::own,                 0,                                  read_protected},
@@ -210,7 +210,7 @@ static_assert(key_table_is_sound());
 constexpr auto offered_keys = [] {
     std::array<LibraryKey, std::size(track_keys)> keys = {};
     std::ranges::transform(track_keys, keys.begin(), [](const TrackKey& key) {
-        return LibraryKey{library_key_name(key.literal), key.elements};
+        return LibraryKey{library_key_name(key.literal), key.elements, key.property};
     });
     return keys;
 }();

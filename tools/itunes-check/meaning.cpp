@@ -3,29 +3,22 @@
 #include <algorithm>
 #include <cstring>
 #include <fcntl.h>
-#include <iterator>
 
 #include "server/common/upnp_database.h"
 #include "server/common/upnp_items.h"
 #include "server/common/upnp_property.h"
+#include "tools/shared/library_keys.h"
 
 namespace {
 
 constexpr size_t path_limit = 4096; // bytes of a title, of which the import takes fewer
 
-struct TrackText {
-    std::string_view key;
-    int16_t property;
-};
-constexpr TrackText track_texts[] = {
-    {"Name", upnp_property_title},
-    {"Artist", upnp_property_artist},
-    {"Album Artist", upnp_property_album_artist},
-    {"Composer", upnp_property_author},
-    {"Album", upnp_property_album},
-    {"Genre", upnp_property_genre},
-};
-static_assert(std::size(track_texts) == track_text_count);
+/// Where the title is among the import's rows, as in `texts_`.
+size_t title_row() {
+    const std::span<const LibraryKey> rows = itunes_track_keys();
+    return static_cast<size_t>(std::ranges::find(rows, upnp_property_title, &LibraryKey::property) -
+                               rows.begin());
+}
 
 } // namespace
 
@@ -86,21 +79,21 @@ std::vector<int32_t> LibraryMeaning::doubled_ids() const {
 
 void LibraryMeaning::begin_track(std::string_view /*key*/) {
     track_id_ = 0;
+    texts_.resize(itunes_track_keys().size());
     std::ranges::for_each(texts_, [](std::string& text) { text.clear(); });
     has_location_ = false;
     is_protected_ = false;
 }
 
 void LibraryMeaning::track_value(std::string_view key, PlistElement element, std::string_view text) {
+    const LibraryKey* row = track_key_row(key, element);
     if (key == "Track ID" && element == PlistElement::integer) {
         track_id_ = library_track_id(text).value_or(0);
-    } else if (key == "Protected" && element == PlistElement::boolean_true) {
-        is_protected_ = true;
-    } else if (element == PlistElement::string) {
+    } else if (row != nullptr) {
         has_location_ = has_location_ || key == "Location";
-        const auto* row = std::ranges::find(track_texts, key, &TrackText::key);
-        if (row != std::end(track_texts)) {
-            texts_[row - track_texts] = text;
+        is_protected_ = is_protected_ || key == "Protected";
+        if (row->property != 0 && element == PlistElement::string) {
+            texts_[static_cast<size_t>(row - itunes_track_keys().data())] = text;
         }
     }
 }
@@ -113,7 +106,8 @@ void LibraryMeaning::end_track() {
     const int32_t heard_id =
         heard_count_ == heard_.size() ? 0 : heard_[heard_count_].id; // 0 where it was lost
     if (heard_count_ == heard_.size() || (heard_id != 0 && heard_id != track_id_)) {
-        unheard_tracks_.add(texts_[0].empty() ? std::to_string(track_id_) : texts_[0]);
+        const std::string& title = texts_[title_row()];
+        unheard_tracks_.add(title.empty() ? std::to_string(track_id_) : title);
     } else if (heard_[heard_count_++].has_record) {
         compare_record();
     }
@@ -124,12 +118,14 @@ void LibraryMeaning::compare_record() {
     const ItemsRecord record = items_.next();
     MediaObject* object =
         upnp_database_object_create_from_data(record.data.data(), static_cast<uint32_t>(record.data.size()));
-    for (size_t index = 0; index < track_text_count; ++index) {
-        const char* text = upnp_database_object_get_property(object, track_texts[index].property);
-        if (text != nullptr && !texts_[index].empty() && texts_[index] != text) {
-            const bool is_title = index == 0;
+    for (size_t index = 0; index < texts_.size(); ++index) {
+        const LibraryKey& row = itunes_track_keys()[index];
+        const char* text =
+            texts_[index].empty() ? nullptr : upnp_database_object_get_property(object, row.property);
+        if (text != nullptr && texts_[index] != text) {
+            const bool is_title = row.property == upnp_property_title;
             (is_title ? other_titles_ : other_texts_)
-                .add((is_title ? "" : std::string(track_texts[index].key) + ": ") + texts_[index]);
+                .add((is_title ? "" : std::string(row.name) + ": ") + texts_[index]);
         }
     }
     upnp_database_object_free(object);
@@ -145,23 +141,27 @@ void LibraryMeaning::begin_playlist() {
 
 void LibraryMeaning::playlist_value(std::string_view key, PlistElement element, std::string_view text) {
     MeantPlaylist& playlist = playlists_.back();
-    if (element == PlistElement::string && key == "Name") {
+    if (key == "Master" && element == PlistElement::boolean_true) {
+        playlist.is_main = true;
+    }
+    if (playlist_key_row(key, element) == nullptr) {
+        return;
+    }
+    if (key == "Name") {
         playlist.name = text;
         playlist.has_name = true;
-    } else if (element == PlistElement::string && key == "Playlist Persistent ID") {
+    } else if (key == "Playlist Persistent ID") {
         playlist.persistent_id = text;
-    } else if (element == PlistElement::string && key == "Parent Persistent ID") {
+    } else if (key == "Parent Persistent ID") {
         playlist.parent_id = text;
     } else if (key == "Distinguished Kind") {
         playlist.is_built_in = true;
     } else if (key == "Smart Info") {
         playlist.is_smart = true;
-    } else if (element == PlistElement::boolean_false && key == "Visible") {
+    } else if (key == "Folder") {
+        playlist.is_folder = true;
+    } else if (key == "Visible" || key == "Podcasts") {
         playlist.is_hidden = true;
-    } else if (element == PlistElement::boolean_true) {
-        playlist.is_hidden = playlist.is_hidden || key == "Podcasts";
-        playlist.is_folder = playlist.is_folder || key == "Folder";
-        playlist.is_main = playlist.is_main || key == "Master";
     }
 }
 

@@ -33,9 +33,6 @@ struct HeardTrack {
     bool has_record;
 };
 
-/// The texts of a track that go to its record as they stand.
-constexpr size_t track_text_count = 6;
-
 class LibraryMeaning : public LibraryListener {
 public:
     /// Reads the library at `path`, beside what was heard of it and the records that it got; what was read up
@@ -77,8 +74,8 @@ private:
     size_t heard_count_ = 0; // those that the library has, too
     PropertyListResult result_;
 
-    int32_t track_id_ = 0; // of the track that is being read, as these
-    std::string texts_[track_text_count];
+    int32_t track_id_ = 0;           // of the track that is being read, as these
+    std::vector<std::string> texts_; // for each of the import's rows; empty where it goes to no property
     bool has_location_ = false;
     bool is_protected_ = false;
 

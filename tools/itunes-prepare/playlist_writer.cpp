@@ -4,6 +4,7 @@
 
 #include "common/upnp_text.h"
 #include "itunes/playlist_reader.h"
+#include "tools/shared/library_keys.h"
 #include "tools/shared/library_reader.h"
 #include "tools/shared/utf8.h"
 
@@ -21,7 +22,7 @@ void PlaylistMaker::begin() {
 }
 
 void PlaylistMaker::add(std::string_view key, PlistElement element, std::string_view text) {
-    const LibraryKey* row = library_key_row(itunes_playlist_keys(), key, element);
+    const LibraryKey* row = playlist_key_row(key, element);
     if (row != nullptr) {
         values_[row->name] = text;
     }

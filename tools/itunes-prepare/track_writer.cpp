@@ -1,22 +1,10 @@
 #include "tools/itunes-prepare/track_writer.h"
 
-#include <algorithm>
-
+#include "tools/shared/library_keys.h"
 #include "tools/shared/library_location.h"
 #include "tools/shared/library_reader.h"
 
 namespace {
-
-uint8_t element_bit(PlistElement element) {
-    switch (element) {
-    case PlistElement::string: return library_element_string;
-    case PlistElement::integer: return library_element_integer;
-    case PlistElement::date: return library_element_date;
-    case PlistElement::boolean_true: return library_element_true;
-    case PlistElement::boolean_false: return library_element_false;
-    default: return library_element_any;
-    }
-}
 
 /// Makes the line of a key with its value.
 LineReading make_line(std::string* line, const LibraryKey& row, PlistElement element, std::string_view text) {
@@ -34,14 +22,6 @@ LineReading make_line(std::string* line, const LibraryKey& row, PlistElement ele
 }
 
 } // namespace
-
-const LibraryKey* library_key_row(std::span<const LibraryKey> rows, std::string_view key,
-                                  PlistElement element) {
-    const auto row = std::ranges::find(rows, key, &LibraryKey::name);
-    const bool is_taken =
-        row != rows.end() && (row->elements & (element_bit(element) | library_element_any)) != 0;
-    return is_taken ? &*row : nullptr;
-}
 
 void TrackWriter::begin(std::string_view key) {
     number_ = key;
@@ -80,7 +60,7 @@ void TrackWriter::add(std::string_view key, PlistElement element, std::string_vi
         }
         return;
     }
-    const LibraryKey* row = library_key_row(itunes_track_keys(), key, element);
+    const LibraryKey* row = track_key_row(key, element);
     std::string number;
     if (row == nullptr || (element == PlistElement::integer && !library_integer(text, &number))) {
         return;

@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <optional>
-#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -50,8 +49,3 @@ private:
     std::string location_line_;
     bool is_protected_ = false;
 };
-
-/// The row of a key in a table of the import; null for a key that it does not read, and for an element that
-/// it does not take the value from.
-[[nodiscard]] const LibraryKey* library_key_row(std::span<const LibraryKey> rows, std::string_view key,
-                                                PlistElement element);

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <optional>
 
+#include "tools/shared/library_keys.h"
 #include "tools/shared/library_location.h"
 
 namespace {
@@ -18,13 +19,16 @@ public:
     }
 
     void track_value(std::string_view key, PlistElement element, std::string_view text) override {
-        if (key == "Location" && element == PlistElement::string) {
+        if (track_key_row(key, element) == nullptr) {
+            return;
+        }
+        if (key == "Location") {
             location_ = text;
-        } else if (key == "Track Type" && element == PlistElement::string) {
+        } else if (key == "Track Type") {
             is_local_ = is_local_ && text != "URL";
-        } else if (key == "Protected" && element == PlistElement::boolean_true) {
+        } else if (key == "Protected") {
             is_local_ = false;
-        } else if (key == "Size" && element == PlistElement::integer) {
+        } else if (key == "Size") {
             size_ = strtoull(std::string(text).c_str(), nullptr, 10);
         }
     }
