@@ -126,6 +126,7 @@ TEST(ItemsReader, TellsFilesThatCanNotBeReadFromThoseThatAreNotThere) {
              {".", EISDIR}, {"file/items", ENOTDIR}, {"pipe", EINVAL}, {"/proc/self/mem", EIO}}) {
         EXPECT_EQ(count_items(path).state, ItemsState::unreadable) << path;
         EXPECT_EQ(count_items(path).fault_text, strerror(error)) << path;
+        EXPECT_EQ(count_items(path).records, 0U) << path;
     }
 }
 

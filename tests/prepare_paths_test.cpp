@@ -48,7 +48,7 @@ TEST(LibraryLocations, LeadToPathsAndBack) {
         {"file://///a", "/a", "file://localhost/a"},
         {"\\\\nas\\a", "//nas/a", "file://localhost//nas/a"},
         {"file:///100%/%41%2541", "/100%/A%41", "file://localhost/100&#37;/A%2541"},
-        {"file:///%00%0A%7F%FF%EF%BF%BE", "/%00\n\x7F\xFF\uFFFE", "file://localhost/%2500%0A%7F%FF%EF%BF%BE"},
+        {"file:///%00%0A%7F%80%EF%BF%BE", "/%00\n\x7F\x80\uFFFE", "file://localhost/%2500%0A%7F%80%EF%BF%BE"},
         {"file:///+&<>", "/+&<>", "file://localhost/&#43;&#38;&#60;&#62;"},
         {"file:///", "/", "file://localhost/"},
     };

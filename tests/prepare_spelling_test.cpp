@@ -2,6 +2,9 @@
 
 #include "tests/support.h"
 
+#include <cerrno>
+#include <sys/resource.h>
+
 #include "tools/shared/spelling_search.h"
 
 TEST(FoldedText, IsTheSameForWhatDiffersInTheseWaysOnly) {
@@ -17,6 +20,7 @@ TEST(FoldedText, IsTheSameForWhatDiffersInTheseWaysOnly) {
         {"marks in another order", "q\u0307\u0323", "q\u0323\u0307", spelling_accents},
         {"both", "CAF\u00c9", "cafe\u0301", spelling_accents | spelling_case},
         {"a plus sign", "a+\u00e9", "a \u00e9", spelling_plus},
+        {"all letters", "AZ", "az", spelling_case},
         {"no UTF-8", "\xffG\xc3", "\xffg\xc3", spelling_case},
         {"no UTF-8, otherwise", "\xff", "\xfe", 8},
         {"another letter", "\u00e9", "e", 8},
@@ -70,6 +74,14 @@ TEST(SpellingSearch, FindsTheOnlyPathThatIsAlike) {
     SpellingSearch bounded(spelling_any, 3);
     EXPECT_FALSE(bounded.find("PLAIN").is_known);
     EXPECT_FALSE(bounded.find("case/B").is_known); // nothing is read any more
+    rlimit limit = {};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &limit), 0);
+    const rlimit none = {0, limit.rlim_max};
+    SpellingSearch prevented(spelling_any);
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &none), 0);
+    EXPECT_EQ(prevented.find("PLAIN").found, "");
+    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &limit), 0);
+    EXPECT_EQ(prevented.error(), EMFILE);
 }
 
 TEST(SpellingSearch, SaysHowMuchOfAPathExists) {

@@ -3,7 +3,9 @@
 #include "tools/shared/text_output.h"
 
 #include <gtest/gtest.h>
+#include <new>
 
+#include "tools/shared/companion_main.h"
 #include "tools/shared/utf8.h"
 
 TEST(Texts, AreEscapedWhereTheyWouldAct) {
@@ -33,6 +35,12 @@ TEST(Texts, AreEscapedWhereTheyWouldAct) {
         EXPECT_EQ(json_string(row.text), row.json);
         EXPECT_EQ(shell_word(row.text), row.shell);
     }
+}
+
+TEST(CompanionMain, EndsWithoutMemory) {
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(companion_main("p", [](int, char**) -> int { throw std::bad_alloc(); }, 0, nullptr), 1);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "p: out of memory\n");
 }
 
 TEST(Utf8, HasNoOverlongFormNoSurrogateAndAnEnd) {
