@@ -38,26 +38,23 @@ TEST(Texts, AreEscapedWhereTheyWouldAct) {
 }
 
 TEST(CompanionMain, EndsWithoutMemory) {
+    const auto run = [](int, char**) -> int { throw std::bad_alloc(); };
     testing::internal::CaptureStderr();
-    EXPECT_EQ(companion_main("p", [](int, char**) -> int { throw std::bad_alloc(); }, 0, nullptr), 1);
+    EXPECT_EQ(companion_main("p", run, 0, nullptr), 1);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "p: out of memory\n");
 }
 
 TEST(Utf8, HasNoOverlongFormNoSurrogateAndAnEnd) {
-    const std::pair<std::string, char32_t> characters[] = {{"\x7F", 0x7F},
-                                                           {"\xC2\x80", 0x80},
-                                                           {"\xDF\xBF", 0x7FF},
-                                                           {"\xE0\xA0\x80", 0x800},
-                                                           {"\xED\x9F\xBF", 0xD7FF},
-                                                           {"\xF0\x90\x80\x80", 0x10000},
-                                                           {"\xF4\x8F\xBF\xBF", 0x10FFFF}};
-    for (const auto& [text, code] : characters) {
-        EXPECT_EQ(utf8_first(text).code, code) << text;
-        EXPECT_EQ(utf8_first(text).length, text.size()) << text;
+    std::string_view text = "\x7F\u0080\u07FF\u0800\uD7FF\U00010000\U0010FFFF";
+    for (const char32_t code : std::u32string(U"\x7F\u0080\u07FF\u0800\uD7FF\U00010000\U0010FFFF")) {
+        const Utf8Character first = utf8_first(text);
+        EXPECT_EQ(first.code, code);
+        text.remove_prefix(first.length);
     }
-    for (const char* text :
+    EXPECT_EQ(text, "");
+    for (const char* wrong :
          {"", "\xC1\xBF", "\xE0\x9F\xBF", "\xED\xA0\x80", "\xF0\x8F\xBF\xBF", "\xF4\x90\x80\x80",
           "\xF5\x80\x80\x80", "\xC2", "\xE2\x82", "\xE2\x82\xC0", "\xF0\x9F\x8E-"}) {
-        EXPECT_EQ(utf8_first(text).length, 0U) << text;
+        EXPECT_EQ(utf8_first(wrong).length, 0U) << wrong;
     }
 }
