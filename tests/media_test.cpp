@@ -91,7 +91,6 @@ TEST(MediaSearch, FindsFilesByTheLongestCommonEndUnlessTheyMayBeOthers) {
         {"a name alone", {{"/m/A/1", ""}}, {}, {{"n/B/1"}}},
         {"a name and a folder", {{"/m/A/1", "n/A/1"}}, {"/m=n"}, {{"n/1"}}},
         {"the longest end of many", {{"/m/A/B/1", "n/A/B/1"}}, {"/m=n"}, {{"n/K/D/1"}, {"n/Z/B/1"}}},
-        {"a folder of the file's name", {{"/m/A/1", ""}}, {}, {{"n/A/1/2"}}},
         {"twice", {{"/m/A/1", "", 5}}, {}, {{"n/A/1", 5}, {"p/A/1", 5}}},
         {"twice, one as long", {{"/m/A/1", "p/A/1", 5}}, {"/m=p"}, {{"n/A/1", 4}}},
         {"a folder, but another size", {{"/m/A/1", "", 5}}, {}, {{"n/A/1", 4}}},
