@@ -1,9 +1,7 @@
 #include "tools/itunes-check/page.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <ctime>
-#include <functional>
 #include <string_view>
 
 #include "common/upnp_text.h"
@@ -20,10 +18,6 @@ constexpr size_t block_rows = 100;
 constexpr TrackOutcome outcome_order[] = {TrackOutcome::record, TrackOutcome::missing,
                                           TrackOutcome::copy_protected, TrackOutcome::no_location,
                                           TrackOutcome::stream};
-
-uint64_t hash_of(std::string_view path) {
-    return std::hash<std::string_view>{}(path);
-}
 
 std::string now() {
     const time_t seconds = time(nullptr);
@@ -149,9 +143,8 @@ std::string PageRows::html() const {
 
 LibraryPage::LibraryPage(const std::optional<std::string>& items_path) : items_path_(items_path) {
     if (items_path_) {
-        for_each_record_path(*items_path_,
-                             [this](std::string_view path) { present_.push_back(hash_of(path)); });
-        std::ranges::sort(present_);
+        for_each_record_path(*items_path_, [this](std::string_view path) { present_.add(path); });
+        present_.settle();
     }
 }
 
@@ -169,8 +162,8 @@ void LibraryPage::add_track(const TrackReport& report) {
         lost_.add(row);
         return;
     }
-    records_.push_back(hash_of(path));
-    if (items_path_ && !std::ranges::binary_search(present_, records_.back())) {
+    records_.add(path);
+    if (items_path_ && !present_.contains(path)) {
         added_.add(row);
     }
 }
@@ -227,11 +220,11 @@ std::string LibraryPage::changes_part() const {
     if (!items_path_) {
         return "";
     }
-    std::vector<uint64_t> records = records_;
-    std::ranges::sort(records);
+    PathSet records = records_;
+    records.settle();
     PageRows gone(false);
     for_each_record_path(*items_path_, [&](std::string_view path) {
-        if (!std::ranges::binary_search(records, hash_of(path))) {
+        if (!records.contains(path)) {
             gone.add("<li>" + html_text(path) + "</li>\n");
         }
     });

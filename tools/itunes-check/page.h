@@ -17,6 +17,7 @@
 
 #include "itunes/import_observer.h"
 #include "tools/itunes-check/output.h"
+#include "tools/shared/path_set.h"
 
 struct PageContents {
     const char* program;              // that writes the page
@@ -67,8 +68,8 @@ private:
     [[nodiscard]] std::string changes_part() const;
 
     std::optional<std::string> items_path_;
-    std::vector<uint64_t> present_; // hashes of the paths of present records, sorted
-    std::vector<uint64_t> records_; // of those to come
+    PathSet present_; // of the present records
+    PathSet records_; // of those to come
     std::unordered_map<int32_t, Track> tracks_;
     std::string titles_;            // as HTML, each behind the other with a NUL
     PageRows lost_{false};          // tracks that will not arrive

@@ -1,6 +1,5 @@
 #pragma once
-// Which records of an items file are not in another one, told apart by the files that they stand for. Sixteen
-// bytes of memory a record, however long its path is.
+// Which records of an items file are not in another one, told apart by the files that they stand for.
 
 #include <cstdint>
 #include <string>
