@@ -79,7 +79,7 @@ std::string folders_of(const std::vector<std::pair<std::string, int>>& tracks_in
     FolderTable table;
     for (const auto& [folder, count] : tracks_in) {
         for (int number = 0; number < count; ++number) {
-            table.add(folder + "/" + std::to_string(number), folder.ends_with("there"));
+            table.add(folder + "/" + std::to_string(number), folder.ends_with("there"), false);
         }
     }
     std::string words;

@@ -136,6 +136,8 @@ TEST(Night, ThatIsBadLeavesLastNightsFilesAndSaysWhy) {
          false},
         {"a page where the first items file goes", [] { fs::remove(items); }, usual + "--page " + items,
          said(items + ": " + own_file), false},
+        {"a page in place of a folder", [] {}, usual + "--page pl",
+         said("pl: is no regular file, which a page could replace"), false},
         {"a log in the items file", [] {}, usual + "-logfile " + items, said(items + ": " + own_file), false},
         {"no database", [] {}, usual + "-dbdir absent",
          said("absent: can not be locked: No such file or directory"), false},

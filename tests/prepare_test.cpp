@@ -245,6 +245,7 @@ TEST_F(Prepare, TheOutputIsAFileAStreamOrThere) {
         {"{ echo first; prepare in.xml /dev/stdout; } >>kept; cat kept", "first\n" + written, ""},
         {"prepare in.xml /dev/stderr 2>&1 >/dev/null", written, ""},
         {"prepare in.xml /dev/full", "", "write /dev/full: No space left on device"},
+        {"(ulimit -f 0; prepare in.xml new.xml 2>&1) | cat >&2; false", "", "write new.xml: File too large"},
         {"prepare in.xml >&-", "", "write standard output: Bad file descriptor"},
         {"prepare in.xml no/out.xml", "", "write no/out.xml: No such file or directory"},
         {"prepare no.xml", "", "open no.xml: No such file or directory"},

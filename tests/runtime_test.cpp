@@ -3,7 +3,6 @@
 #include "tests/support.h"
 
 #include <algorithm>
-#include <csignal>
 
 #include "common/upnp_dirwalk.h"
 #include "common/upnp_log.h"
@@ -13,7 +12,6 @@
 #include "common/upnp_text.h"
 #include "itunes/command_line.h"
 #include "itunes/import_commit.h"
-#include "itunes/import_driver.h"
 #include "itunes/library_setting.h"
 #include "itunes/library_values.h"
 #include "itunes/library_walk.h"
@@ -164,11 +162,4 @@ TEST(NullArguments, AreFreedClosedAndReadWithoutHarm) {
     itunes_read_library(nullptr, nullptr);
     itunes_read_track(1, nullptr, nullptr);
     itunes_playlist_export(nullptr);
-}
-
-TEST(Program, WithoutArgumentsGivesTheUsage) {
-    EXPECT_TRUE(
-        stdout_of([] { EXPECT_EQ(itunes_import_main(2, nullptr), -1); }).starts_with("usage:  -dbdir"));
-    (void)signal(SIGPIPE, SIG_DFL); // which the run ignores, and the next test's programs would inherit
-    (void)signal(SIGXFSZ, SIG_DFL);
 }

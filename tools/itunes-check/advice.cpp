@@ -103,11 +103,11 @@ void add_beginning(const CheckSummary& summary, const FolderGroup& group, bool i
     beginnings->push_back({group.folder, is_there, group.tracks});
 }
 
-/// Whether the paths of a folder are found nowhere, and would be if it were elsewhere.
+/// Whether the paths of a folder are found nowhere, under no other spelling either, and would be if it were elsewhere.
 bool is_map_wanted(const FolderGroup& group) {
     const std::string& folder = group.folder;
     const bool is_rooted = folder.starts_with('/') || (folder.size() > 1 && folder[1] == ':');
-    return group.existing == 0 && is_rooted && folder != "/";
+    return group.existing == 0 && group.respelled * 2 < group.tracks && is_rooted && folder != "/";
 }
 
 /// Whether maps that --media found bring most of the beginning's files.
@@ -124,13 +124,9 @@ bool is_mostly_found(const CheckSummary& summary, const AbsentBeginning& beginni
     return found * 2 > beginning.tracks;
 }
 
-/// The beginnings of which nothing is there, those with the most tracks first; none where every missing file
-/// was found under another spelling.
+/// The beginnings of which nothing is there, those with the most tracks first.
 std::vector<AbsentBeginning> absent_beginnings(const CheckSummary& summary) {
     std::vector<AbsentBeginning> beginnings;
-    if (summary.explanation.respelled() == summary.tally().tracks_of(TrackOutcome::missing)) {
-        return beginnings;
-    }
     for (const FolderGroup& group : summary.folders) {
         const bool is_there = FileLook().sees(group.folder);
         const bool is_closed = !is_there && errno == EACCES;
@@ -225,7 +221,8 @@ void append_copy(std::string* lines, const CheckSummary& summary) {
            : summary.is_misread() ? "that the import reads as the library means it"
                                   : "with the paths that the disk has",
            library_word(summary).c_str());
-    if (is_laid_out_otherwise && summary.tally().records() < summary.tally().track_count()) {
+    if (is_laid_out_otherwise && (summary.tally().layout == LibraryLayout::no_library ||
+                                  summary.tally().records() < summary.tally().track_count())) {
         *lines += "  and check it again, since the layout may hide more:\n    itunes-check prepared.xml\n";
     }
 }

@@ -198,6 +198,22 @@ bool write_page(const Check& check, const CheckSummary& summary, const std::vect
     return error == 0;
 }
 
+/// Why no page may be written where one was asked for; empty where it may.
+std::string page_refusal(const CheckRequest& request) {
+    if (!request.page_path) {
+        return "";
+    }
+    const std::string& page = *request.page_path;
+    const std::string items = request.items_path.value_or("");
+    if (is_same_file(page, request.library_path)) {
+        return "is the library itself, which no page may replace";
+    }
+    if (page == items || is_same_file(page, items)) {
+        return "is the items file itself, which no page may replace";
+    }
+    return output_target(page).is_stream ? "is no regular file, which a page could replace" : "";
+}
+
 /// The check in its scratch directory; returns the exit status.
 int check_in(const std::string& directory, const CheckRequest& request, int64_t size) {
     Check check = {.request = request, .size = size};
@@ -239,11 +255,9 @@ int run_check(const CheckRequest& request) {
         say(request.library_path, failure);
         return exit_failed;
     }
-    const std::string page_path = request.page_path.value_or("");
-    const bool is_library = is_same_file(page_path, request.library_path);
-    if (is_library || is_same_file(page_path, request.items_path.value_or(""))) {
-        say(page_path, std::string("is the ") + (is_library ? "library" : "items file") +
-                           " itself, which no page may replace");
+    const std::string refusal = page_refusal(request);
+    if (!refusal.empty()) {
+        say(*request.page_path, refusal);
         return exit_failed;
     }
     return run_in_scratch(program,

@@ -12,12 +12,9 @@ bool is_wanted(const std::vector<TrackExample>& examples, const TrackReport& rep
 } // namespace
 
 void TrackExplanation::add_track(const TrackReport& report) {
-    const bool exists = report.outcome == TrackOutcome::record;
     const bool is_missing = report.outcome == TrackOutcome::missing;
-    if (exists || is_missing) {
-        folders_.add(report.location, exists);
-    }
-    if (exists) {
+    if (report.outcome == TrackOutcome::record) {
+        folders_.add(report.location, true, false);
         return;
     }
     TrackExample track;
@@ -26,7 +23,7 @@ void TrackExplanation::add_track(const TrackReport& report) {
         track.path = report.location;
     }
     if (is_missing) {
-        explain_missing(track);
+        folders_.add(report.location, false, explain_missing(track));
     }
     std::vector<TrackExample>& examples = examples_[static_cast<size_t>(report.outcome)];
     if (is_wanted(examples, report)) {
@@ -35,10 +32,11 @@ void TrackExplanation::add_track(const TrackReport& report) {
     }
 }
 
-/// Looks where a missing file may be.
-void TrackExplanation::explain_missing(const TrackExample& track) {
+/// Looks where a missing file may be; returns whether it is there under another spelling.
+bool TrackExplanation::explain_missing(const TrackExample& track) {
     SpellingAnswer answer = search_.find(*track.path);
-    if (!answer.found.empty()) {
+    const bool is_respelled = !answer.found.empty();
+    if (is_respelled) {
         ++respelled_;
         if (respelled_examples_.size() < example_limit) {
             respelled_examples_.push_back(track);
@@ -48,4 +46,5 @@ void TrackExplanation::explain_missing(const TrackExample& track) {
     } else if (!answer.is_known) {
         ++spelling_unknown_;
     }
+    return is_respelled;
 }

@@ -41,7 +41,7 @@ public:
     [[nodiscard]] std::vector<FolderGroup> finish_folders() { return folders_.finish(); }
 
 private:
-    void explain_missing(const TrackExample& track);
+    [[nodiscard]] bool explain_missing(const TrackExample& track);
 
     std::array<std::vector<TrackExample>, track_outcome_count> examples_;
     std::vector<TrackExample> respelled_examples_;

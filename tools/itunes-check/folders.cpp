@@ -54,6 +54,7 @@ void FolderTable::merge_groups() {
         keep_shared(&*same, group.folder);
         same->tracks += group.tracks;
         same->existing += group.existing;
+        same->respelled += group.respelled;
     }
     groups_ = std::move(kept);
     last_ = 0;
@@ -75,19 +76,20 @@ FolderGroup& FolderTable::group_of(std::string_view folder) {
             return *known;
         }
         if (groups_.size() < group_limit) {
-            return groups_.emplace_back(FolderGroup{std::string(folder), key.size(), 0, 0});
+            return groups_.emplace_back(FolderGroup{std::string(folder), key.size(), 0, 0, 0});
         }
         merge_groups();
     }
 }
 
-void FolderTable::add(std::string_view path, bool exists) {
+void FolderTable::add(std::string_view path, bool exists, bool is_respelled) {
     const size_t slash = path.rfind('/');
     const std::string_view folder = path.substr(0, slash == std::string_view::npos ? 0 : slash);
     FolderGroup& group = group_of(folder);
     keep_shared(&group, folder);
     ++group.tracks;
     group.existing += exists ? 1 : 0;
+    group.respelled += is_respelled ? 1 : 0;
 }
 
 std::vector<FolderGroup> FolderTable::finish() {

@@ -15,12 +15,13 @@ struct FolderGroup {
     size_t key_length;  // its leading bytes, which tell the group apart
     uint32_t tracks;
     uint32_t existing;
+    uint32_t respelled; // that are there under another spelling
 };
 
 class FolderTable {
 public:
-    /// Counts a file's path.
-    void add(std::string_view path, bool exists);
+    /// Counts a file's path. One that does not exist may be there under another spelling.
+    void add(std::string_view path, bool exists, bool is_respelled);
 
     /// Merges groups until there are few enough to be shown, and returns them, the most tracks first. More
     /// than folder_group_shown stay where they have no folder in common.

@@ -148,9 +148,6 @@ const char* loss_word(LossKind kind) {
 
 void compare_with_meaning(const std::string& source_path, const std::vector<HeardTrack>& tracks,
                           const std::string& items_path, CheckedLibrary* library) {
-    if (library->tally.layout == LibraryLayout::no_library) {
-        return; // which says it all
-    }
     const LibraryMeaning meaning(source_path, tracks, items_path);
     library->damage = meaning.damage();
     library->losses = find_losses(meaning, library->tally);

@@ -35,8 +35,7 @@ struct CheckSummary {
     [[nodiscard]] const LibraryTally& tally() const { return library.tally; }
     /// Whether the import can not read all that the library says.
     [[nodiscard]] bool is_misread() const {
-        return tally().layout == LibraryLayout::partly || tally().layout == LibraryLayout::other ||
-               !library.losses.empty();
+        return tally().layout != LibraryLayout::as_read || !library.losses.empty();
     }
 };
 void print_summary(const CheckSummary& summary);

@@ -11,14 +11,12 @@
 #include <unistd.h>
 
 #include "tools/shared/directory_stream.h"
+#include "tools/shared/ending_signals.h"
 
 namespace {
 
 constexpr int exit_failed = 1;
 constexpr size_t path_limit = 511; // leaves room for what the import puts below it in its path buffers
-
-constexpr int ending_signals[] = {SIGHUP,  SIGINT,  SIGQUIT, SIGTERM, SIGXCPU,
-                                  SIGPIPE, SIGALRM, SIGUSR1, SIGUSR2};
 
 void remove_files(const std::string& directory) {
     DirectoryStream entries(directory.c_str());

@@ -123,7 +123,8 @@ bool Night::take_paths() {
     return true;
 }
 
-/// A page would replace the library or the items file, also one that is yet to come, and a log be appended.
+/// A page would replace the library or the items file, also one that is yet to come, and a log be appended; no page
+/// takes the place of a device or a pipe.
 bool Night::spares_what_is_read() const {
     for (const std::string& written : {request_.page_path, request_.log_path}) {
         const size_t name = written.rfind('/') + 1; // 0 without a directory
@@ -135,7 +136,8 @@ bool Night::spares_what_is_read() const {
             return fail(written, "is read by this run, and can be neither its page nor its log");
         }
     }
-    return true;
+    return !output_target(request_.page_path).is_stream ||
+           fail(request_.page_path, "is no regular file, which a page could replace");
 }
 
 bool Night::look_at_library() {

@@ -4,12 +4,12 @@
 #include <csignal>
 #include <cstdio>
 #include <cstring>
-#include <initializer_list>
 #include <unistd.h>
 
 #include "tools/itunes-prepare/options.h"
 #include "tools/itunes-prepare/prepare.h"
 #include "tools/shared/companion_main.h"
+#include "tools/shared/ending_signals.h"
 
 namespace {
 
@@ -33,7 +33,7 @@ void end_by_signal(int number) {
 }
 
 void handle_signals() {
-    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+    for (const int number : ending_signals) {
         struct sigaction action = {};
         action.sa_handler = end_by_signal;
         struct sigaction earlier = {};

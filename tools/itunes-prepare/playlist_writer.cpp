@@ -24,13 +24,13 @@ void PlaylistMaker::begin() {
 void PlaylistMaker::add(std::string_view key, PlistElement element, std::string_view text) {
     const LibraryKey* row = playlist_key_row(key, element);
     if (row != nullptr) {
-        values_[row->name] = text;
+        values_[row->name] = {element, std::string(text)};
     }
 }
 
 std::string_view PlaylistMaker::value(std::string_view key) const {
     const auto place = values_.find(key);
-    return place == values_.end() ? std::string_view() : place->second;
+    return place == values_.end() ? std::string_view() : place->second.text;
 }
 
 void PlaylistMaker::add_string(std::string_view key, std::string_view text) {
@@ -52,9 +52,10 @@ void PlaylistMaker::add_number(std::string_view key) {
 }
 
 /// Adds the line of a flag, if the playlist has it.
-void PlaylistMaker::add_flag(std::string_view key, std::string_view element) {
-    if (has(key)) {
-        make_flag_line(&line_, key, element);
+void PlaylistMaker::add_flag(std::string_view key) {
+    const auto place = values_.find(key);
+    if (place != values_.end()) {
+        make_flag_line(&line_, key, place->second.element == PlistElement::boolean_false ? "false" : "true");
         playlist_.head += line_;
     }
 }
@@ -87,15 +88,15 @@ const PreparedPlaylist& PlaylistMaker::end() {
         add_string("Parent Persistent ID", value("Parent Persistent ID"));
     }
     // The folder first: what hides or skips the playlist itself keeps no folder out of titles.
-    add_flag("Folder", "true");
+    add_flag("Folder");
     if (has("Folder") && is_hidden) {
         playlist_.items.clear();
     }
-    add_flag("Visible", "false");
+    add_flag("Visible");
     if (has("Distinguished Kind")) {
         add_number("Distinguished Kind");
     }
-    add_flag("Podcasts", "true");
+    add_flag("Podcasts");
     playlist_.wants_videos = has("Videos") && !gets_no_file;
     playlist_.tail = has("Smart Info") ? "\t\t\t<key>Smart Info</key><data></data>\n" : "";
     return playlist_;

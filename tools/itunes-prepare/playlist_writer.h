@@ -30,11 +30,16 @@ private:
     [[nodiscard]] std::string_view value(std::string_view key) const;
     void add_string(std::string_view key, std::string_view text);
     void add_number(std::string_view key);
-    void add_flag(std::string_view key, std::string_view element);
+    void add_flag(std::string_view key);
     std::string new_id();
 
     PrepareReport* report_;
-    std::map<std::string_view, std::string> values_; // by names of the import's rows
+    struct Value {
+        PlistElement element;
+        std::string text;
+    };
+
+    std::map<std::string_view, Value> values_; // by names of the import's rows
     PreparedPlaylist playlist_;
     std::unordered_set<std::string> ids_; // of all playlists so far
     std::string line_;

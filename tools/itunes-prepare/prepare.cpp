@@ -24,28 +24,8 @@ std::string shown_output(const PrepareRequest& request) {
     return request.output.empty() || request.output == "-" ? "standard output" : escaped(request.output);
 }
 
-/// Where the library goes.
-struct Target {
-    int descriptor = -1;    // of this process, or -1 for a path
-    bool is_stream = false; // written into what is there, a device or a pipe, instead of replacing it
-    int error = 0;
-};
-
-Target target_of(const std::string& output) {
-    Target target;
-    if (output.empty() || output == "-") {
-        return {STDOUT_FILENO, true, 0};
-    }
-    (void)followed_links(output, &target.descriptor);
-    struct stat status = {};
-    if (target.descriptor >= 0) {
-        target.is_stream = true;
-    } else if (stat(output.c_str(), &status) == 0) {
-        target.is_stream = !S_ISREG(status.st_mode);
-    } else if (errno != ENOENT) {
-        target.error = errno;
-    }
-    return target;
+OutputTarget target_of(const std::string& output) {
+    return output.empty() || output == "-" ? OutputTarget{STDOUT_FILENO, true, 0} : output_target(output);
 }
 
 PlaceSearch search_of(const PrepareRequest& request) {
@@ -61,7 +41,7 @@ public:
         : request_(request), places_(request.maps, search_of(request), request.at_each_look) {}
 
     PrepareResult run() {
-        const Target target = target_of(request_.output);
+        const OutputTarget target = target_of(request_.output);
         if (!open_input() || !find_media()) {
             return std::move(result_);
         }
@@ -163,7 +143,7 @@ private:
     }
 
     /// A stream gets nothing before the whole input has been read.
-    void write_stream(const Target& target) {
+    void write_stream(const OutputTarget& target) {
         const Descriptor waiting = unnamed_file("");
         if (!waiting.is_open()) {
             result_.failure = "can not make a temporary file: " + reason(errno);

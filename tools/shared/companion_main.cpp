@@ -1,5 +1,6 @@
 #include "tools/shared/companion_main.h"
 
+#include <csignal>
 #include <cstdio>
 #include <fcntl.h>
 #include <new>
@@ -23,7 +24,8 @@ void fill_standard_descriptors() {
 
 int companion_main(const char* program, int (*run)(int argc, char** argv), int argc, char** argv) {
     fill_standard_descriptors();
-    upnp_mem_init(); // keeps the allocator's note out of what people read
+    (void)signal(SIGXFSZ, SIG_IGN); // what is larger than the system allows is to be told, and to be removed
+    upnp_mem_init();                // keeps the allocator's note out of what people read
     try {
         return run(argc, argv);
     } catch (const std::bad_alloc&) {

@@ -6,6 +6,8 @@
 #include <new>
 #include <utf8proc.h>
 
+#include "tools/shared/utf8.h"
+
 namespace {
 
 struct FreeText {
@@ -27,14 +29,8 @@ const utf8proc_uint8_t* bytes_of(std::string_view text) {
 /// How many bytes at the beginning are characters.
 size_t valid_length(std::string_view text) {
     size_t length = 0;
-    while (length < text.size()) {
-        utf8proc_int32_t character = 0;
-        const utf8proc_ssize_t size = utf8proc_iterate(
-            bytes_of(text.substr(length)), static_cast<utf8proc_ssize_t>(text.size() - length), &character);
-        if (size <= 0) {
-            break;
-        }
-        length += static_cast<size_t>(size);
+    while (const size_t size = utf8_first(text.substr(length)).length) {
+        length += size;
     }
     return length;
 }

@@ -1,9 +1,9 @@
 #include "tools/shared/name_table.h"
 
-#include <functional>
 #include <new>
 
 #include "tools/shared/folded_text.h"
+#include "tools/shared/text_hash.h"
 
 namespace {
 
@@ -12,7 +12,7 @@ constexpr size_t first_slot_count = 1024;
 } // namespace
 
 size_t NameTable::slot_of(std::string_view name) const {
-    size_t slot = std::hash<std::string_view>{}(name) & (slots_.size() - 1);
+    size_t slot = static_cast<size_t>(text_hash(name)) & (slots_.size() - 1);
     while (slots_[slot] != none && text(slots_[slot]) != name) {
         slot = (slot + 1) & (slots_.size() - 1);
     }

@@ -2,22 +2,10 @@
 
 #include <algorithm>
 
-namespace {
-
-/// FNV-1a with 64 bits. The standard library's hash has 32 on small boxes: of 100,000 records that would take one
-/// in some forty thousand new files for an old one.
-uint64_t hash_of(std::string_view path) {
-    uint64_t hash = 0xCBF29CE484222325U;
-    for (const char byte : path) {
-        hash = (hash ^ static_cast<unsigned char>(byte)) * 0x100000001B3U;
-    }
-    return hash;
-}
-
-} // namespace
+#include "tools/shared/text_hash.h"
 
 void PathSet::add(std::string_view path) {
-    hashes_.push_back(hash_of(path));
+    hashes_.push_back(text_hash(path));
 }
 
 void PathSet::settle() {
@@ -25,5 +13,5 @@ void PathSet::settle() {
 }
 
 bool PathSet::contains(std::string_view path) const {
-    return std::ranges::binary_search(hashes_, hash_of(path));
+    return std::ranges::binary_search(hashes_, text_hash(path));
 }

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <functional>
 #include <initializer_list>
 
 #include "tools/shared/directory_stream.h"
+#include "tools/shared/text_hash.h"
 
 namespace {
 
@@ -18,7 +18,7 @@ constexpr size_t remembered_limit = 16U << 20; // bytes of listings
 
 /// Half a hash: two names that share one are compared, and listings are half as large.
 uint32_t hash_of(std::string_view folded) {
-    return static_cast<uint32_t>(std::hash<std::string_view>{}(folded));
+    return static_cast<uint32_t>(text_hash(folded));
 }
 
 /// The components of a path, without empty ones.

@@ -11,6 +11,7 @@
 #include <sys/stat.h>
 
 #include "common/upnp_text.h"
+#include "tools/shared/ending_signals.h"
 
 namespace {
 
@@ -25,7 +26,7 @@ public:
     SignalBlock() {
         sigset_t signals;
         (void)sigemptyset(&signals);
-        for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+        for (const int number : ending_signals) {
             (void)sigaddset(&signals, number);
         }
         (void)sigprocmask(SIG_BLOCK, &signals, &earlier_);
@@ -120,6 +121,20 @@ std::string followed_links(std::string_view path, int* descriptor) {
     return place;
 }
 
+OutputTarget output_target(const std::string& path) {
+    OutputTarget target;
+    (void)followed_links(path, &target.descriptor);
+    struct stat status = {};
+    if (target.descriptor >= 0) {
+        target.is_stream = true;
+    } else if (stat(path.c_str(), &status) == 0) {
+        target.is_stream = !S_ISREG(status.st_mode);
+    } else if (errno != ENOENT) {
+        target.error = errno;
+    }
+    return target;
+}
+
 Descriptor unnamed_file(const std::string& folder) {
     // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing here changes the environment
     const char* wanted = getenv("TMPDIR");
@@ -140,6 +155,9 @@ void WholeFile::tell(const char* path) {
 }
 
 int WholeFile::open(std::string_view path, std::string_view program, TemporaryFileWatch watch) {
+    if (output_target(std::string(path)).is_stream) {
+        return EINVAL;
+    }
     int named = -1;
     path_ = followed_links(path, &named);
     watch_ = watch;

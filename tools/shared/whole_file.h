@@ -25,7 +25,7 @@ public:
 
     /// Makes a file beside that at `path`, called ".PROGRAM." and a number, with the permissions and, where
     /// that is permitted, the owner that the file there has. A symbolic link stays one. Returns 0 or the
-    /// error's number.
+    /// error's number; EINVAL where a stream (output_target) is there.
     [[nodiscard]] int open(std::string_view path, std::string_view program,
                            TemporaryFileWatch watch = nullptr);
     [[nodiscard]] int descriptor() const { return descriptor_.number(); }
@@ -46,6 +46,14 @@ private:
 /// Where symbolic links at the end of `path` lead; the path itself for none. Stops at a name that stands for
 /// a descriptor of this process, such as /dev/stdout, which is put into `descriptor`, else -1.
 [[nodiscard]] std::string followed_links(std::string_view path, int* descriptor);
+
+/// What an output is written to.
+struct OutputTarget {
+    int descriptor = -1;    // of this process, which the path names; -1 for none
+    bool is_stream = false; // a descriptor, a device, a pipe or a folder: no WholeFile may take its place
+    int error = 0;          // the error's number where that can not be told
+};
+[[nodiscard]] OutputTarget output_target(const std::string& path);
 
 /// Whether both paths lead to one file that is there.
 [[nodiscard]] bool is_same_file(const std::string& path, const std::string& other);
