@@ -122,6 +122,7 @@ TEST(ItemsReader, TellsFilesThatCanNotBeReadFromThoseThatAreNotThere) {
     write_file("file", "");
     ASSERT_EQ(mkfifo("pipe", 0600), 0);
     EXPECT_EQ(count_items("nothing").state, ItemsState::absent);
+    EXPECT_EQ(count_items("nothing").records, 0U);
     for (const auto& [path, error] : std::map<std::string, int>{
              {".", EISDIR}, {"file/items", ENOTDIR}, {"pipe", EINVAL}, {"/proc/self/mem", EIO}}) {
         EXPECT_EQ(count_items(path).state, ItemsState::unreadable) << path;

@@ -155,7 +155,9 @@ void torture(const std::string& library, const std::vector<const char*>& options
             ASSERT_FALSE(testing::Test::HasFailure()) << said;
         }
     }
-    for (const char* words : {": while it was imported, writing failed: not all was taken\n",
+    EXPECT_EQ(all_said.find("aborted"), std::string::npos) << "a parser's word for what ended it";
+    for (const char* words : {"itunes-import-night: out of memory\n",
+                              ": while it was imported, writing failed: not all was taken\n",
                               ": while it was imported, memory was short\n",
                               "log/log: can not be written: No space left on device\n",
                               "db/itunes.import.items: the new items file is not whole: "}) {

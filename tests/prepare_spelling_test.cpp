@@ -49,6 +49,7 @@ TEST(SpellingSearch, FindsTheOnlyPathThatIsAlike) {
     } rows[] = {
         {"CAFE\u0301//A.mp3", "Caf\u00e9/a.mp3", spelling_accents | spelling_case},
         {"\u018f/x", "\u0259/x", spelling_case},
+        {"plain", "plain", 0},
         {"two/X.mp3", "", 0},                        // two are there
         {"Case/a", "CASE/A", spelling_case},         // only one of two directories has it
         {"zoe\u0308", "zo\u00eb", spelling_accents}, // rather than the one in capitals

@@ -3,9 +3,7 @@
 #include "tools/shared/text_output.h"
 
 #include <gtest/gtest.h>
-#include <new>
 
-#include "tools/shared/companion_main.h"
 #include "tools/shared/utf8.h"
 
 TEST(Texts, AreEscapedWhereTheyWouldAct) {
@@ -35,13 +33,6 @@ TEST(Texts, AreEscapedWhereTheyWouldAct) {
         EXPECT_EQ(json_string(row.text), row.json);
         EXPECT_EQ(shell_word(row.text), row.shell);
     }
-}
-
-TEST(CompanionMain, EndsWithoutMemory) {
-    const auto run = [](int, char**) -> int { throw std::bad_alloc(); };
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(companion_main("p", run, 0, nullptr), 1);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "p: out of memory\n");
 }
 
 TEST(Utf8, HasNoOverlongFormNoSurrogateAndAnEnd) {
