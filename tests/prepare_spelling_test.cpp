@@ -71,6 +71,7 @@ TEST(SpellingSearch, FindsTheOnlyPathThatIsAlike) {
             EXPECT_TRUE(answer.is_known);
         }
     }
+    EXPECT_EQ(search.error(), 0);
     EXPECT_EQ(SpellingSearch(spelling_accents).find("PLAIN").found, "");
     SpellingSearch bounded(spelling_any, 3);
     EXPECT_FALSE(bounded.find("PLAIN").is_known);

@@ -227,12 +227,13 @@ TEST_F(Prepare, ADamagedLibraryIsLocatedAndLeavesTheOutputAsItWas) {
 }
 
 TEST_F(Prepare, TheOutputIsAFileAStreamOrThere) {
+    const std::string large = prepared(library("", dict(playing(std::vector<std::string>(9000, "1")))));
+    write_file("large.xml", large);
     const std::string written = prepared(library(""));
     ASSERT_TRUE(written.ends_with("</plist>\n"));
     chmod("out.xml", 0640);
     std::filesystem::create_symlink("out.xml", "link");
     write_file("out.xml", "");
-    write_file("large.xml", library("", dict(playing(std::vector<std::string>(9000, "1")))));
     EXPECT_EQ(run_line("prepare in.xml link").status, 0);
     EXPECT_EQ(read_file("out.xml"), written);
     EXPECT_TRUE(std::filesystem::is_symlink("link"));
@@ -243,6 +244,7 @@ TEST_F(Prepare, TheOutputIsAFileAStreamOrThere) {
         std::string failure;
     } rows[] = {
         {"prepare - <in.xml", written, ""},
+        {"prepare large.xml -", large, ""},
         {"{ echo first; prepare in.xml /dev/stdout; } >>kept; cat kept", "first\n" + written, ""},
         {"prepare in.xml /dev/stderr 2>&1 >/dev/null", written, ""},
         {"prepare in.xml /dev/full", "", "write /dev/full: No space left on device"},

@@ -17,9 +17,7 @@ std::string quoted(std::string_view text) {
 } // namespace
 
 CommandOptions::CommandOptions(int argc, char** argv, const char* short_names, const option* long_names)
-    : argc_(argc), argv_(argv), short_names_(std::string(":") + short_names), long_names_(long_names) {
-    opterr = 0;
-}
+    : argc_(argc), argv_(argv), short_names_(std::string(":") + short_names), long_names_(long_names) {}
 
 int CommandOptions::next() {
     const int result = getopt_long(argc_, argv_, short_names_.c_str(), long_names_, nullptr);

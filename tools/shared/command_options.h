@@ -45,7 +45,7 @@ private:
 
     int argc_;
     char** argv_;
-    std::string short_names_;
+    std::string short_names_; // behind a colon, which keeps getopt_long silent
     const option* long_names_;
     std::string fault_;
 };
