@@ -185,6 +185,7 @@ TEST(PrepareMedia, PathsLeadToWhatWasFoundAndToWhatIsInItsPlace) {
     const RunResult file = run_line("prepare --media media --report library.xml prepared.xml");
     EXPECT_EQ(file.status, 0);
     EXPECT_NE(file.err.find("1 missing"), std::string::npos) << file.err;
+    EXPECT_NE(file.err.find(" 0 mapped"), std::string::npos) << file.err;
     EXPECT_NE(file.err.find("2 found below the folder of --media"), std::string::npos) << file.err;
     EXPECT_EQ(run_line("grep -o 'file:[^<]*' prepared.xml").out, old + "A/1\n" + found + "A/2\n" + found +
                                                                      "B/3\n" + old + "A/4\n" + old + "a/5\n" +
