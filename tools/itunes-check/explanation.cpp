@@ -23,7 +23,7 @@ void TrackExplanation::add_track(const TrackReport& report) {
         track.path = report.location;
     }
     if (is_missing) {
-        folders_.add(report.location, false, explain_missing(track));
+        folders_.add(*track.path, false, explain_missing(track));
     }
     std::vector<TrackExample>& examples = examples_[static_cast<size_t>(report.outcome)];
     if (is_wanted(examples, report)) {
