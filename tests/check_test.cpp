@@ -288,7 +288,8 @@ TEST_F(Check, SaysWhatToDo) {
          "  " + here + "/there is there, none of its 23 files is:\n  where they are a folder higher or " +
              "deeper, in DIR:\n" + map("'" + here + "/there'")},
         {library(at_path(1, "there/song.mp3")), "  Import a copy with the paths that the disk has:\n" + copy},
-        {library(lost(1, here + "/there") + at_path(2, here + "/there/SONG.mp3")), // half of them
+        {is_emulated ? library(at_path(1, "there/song.mp3")) // the emulator lists another root directory
+                     : library(lost(1, here + "/there") + at_path(2, here + "/there/SONG.mp3")), // half
          "  Import a copy with the paths that the disk has:\n" + copy},
         {wide_library,
          "  Import a copy in the layout that the import reads:\n" + copy +
